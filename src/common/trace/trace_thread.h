@@ -1,0 +1,21 @@
+/**
+ * What the tracer knows of each thread.
+ */
+#pragma once
+
+#include <cstdint>
+
+/** Plain data in thread-local storage, zero when a thread begins. */
+struct CTraceThread {
+    uint32_t id;     // 0 until the thread has its mark
+    int32_t indent;  // depth of TraceEnter calls
+    char mark;       // tells threads apart at a glance
+    bool suppressed;  // the thread's own lines would feed what it is doing
+    bool opening;     // the thread is opening the log, whose steps trace
+};
+
+// The exported functions run in every call of every module, so the record lies in the static block.
+extern __thread CTraceThread traceThread __attribute__((tls_model("initial-exec")));
+
+/** The calling thread's record; on first use it takes the thread's id and the next mark. */
+CTraceThread& GetTraceThread() noexcept;

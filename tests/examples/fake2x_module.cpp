@@ -1,0 +1,1 @@
+#include "fake_pkcs11.h"

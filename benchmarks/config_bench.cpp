@@ -40,11 +40,21 @@ namespace {
 constexpr const char* kSections[] = {"SecuritySuite", "Readers", "Proxy", "Languages"};
 
 constexpr const char* kKeys[] = {
-    "LoginPersistentCSP", "LoginPersistent", "EnablePinSessionCache",
-    "SerialNumberAsGuid", "TSAURL",          "TSLURL",
-    "TSLCertificate",     "EnableTrace",     "Trace",
-    "LoginTimeout",       "DefaultReader",   "ReaderFilter",
-    "ProxyHost",          "ProxyPort",       "CardCacheSize",
+    "LoginPersistentCSP",
+    "LoginPersistent",
+    "EnablePinSessionCache",
+    "SerialNumberAsGuid",
+    "TSAURL",
+    "TSLURL",
+    "TSLCertificate",
+    "EnableTrace",
+    "LoginTimeout",
+    "Trace",
+    "DefaultReader",
+    "ReaderFilter",
+    "ProxyHost",
+    "ProxyPort",
+    "CardCacheSize",
     "LastUpdateCheck",
 };
 
@@ -58,7 +68,7 @@ std::string MakeText(bool braces) {
         text += braces ? section + " {\n" : "[" + section + "]\n";
         size_t index = 0;
         for (const std::string key : kKeys) {
-            text += key + " = " + (key == "LoginTimeout" ? "300" : kValues[index++ % 4]) + "\n";
+            text += key + " = " + kValues[index++ % 4] + "\n";
         }
         text += braces ? "}\n" : "";
     }
@@ -155,7 +165,7 @@ private:
     size_t before;
 };
 
-// The keys of a look-up: the first, one in the middle, the last, and one that is not there.
+// Numbers: the first entry, one in the middle, the last, and one that is not there.
 constexpr const char* kAsked[] = {"LoginPersistentCSP", "LoginTimeout", "LastUpdateCheck", "None"};
 
 void GetInt_Ours(benchmark::State& state) {

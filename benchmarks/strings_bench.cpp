@@ -9,10 +9,10 @@
 #include <unicode/utf8.h>
 #endif
 
+#include "util/ct_string.h"
+
 #include <cstring>
 #include <string>
-
-#include "util/ct_string.h"
 
 namespace {
 
@@ -29,8 +29,9 @@ std::string Ascii(size_t length) {
 }
 
 std::string Mixed(size_t length) {
-    const std::string line = "Carte d'identit\xC3\xA9, \xD0\xBF\xD0\xB0\xD1\x81\xD0\xBF\xD0\xBE\xD1"
-                             "\x80\xD1\x82, \xE6\x97\x85\xE5\x88\xB8, \xF0\x9F\x98\x80 and ASCII. ";
+    const std::string line =
+        "Carte d'identit\xC3\xA9, \xD0\xBF\xD0\xB0\xD1\x81\xD0\xBF\xD0\xBE\xD1"
+        "\x80\xD1\x82, \xE6\x97\x85\xE5\x88\xB8, \xF0\x9F\x98\x80 and ASCII. ";
     std::string text;
     while (text.size() < length) {
         text += line;
@@ -82,7 +83,7 @@ void AppendBytes_Ours(benchmark::State& state) {
     for (auto _ : state) {
         CUTF8String text;
         for (int i = 0; i < 1000; ++i) {
-            text.Append(static_cast<char32_t>('a' + i % 16));
+            text.Append(static_cast<char32_t>('a' + i % 26));
         }
         benchmark::DoNotOptimize(text);
     }
@@ -91,7 +92,7 @@ void AppendBytes_Std(benchmark::State& state) {
     for (auto _ : state) {
         std::string text;
         for (int i = 0; i < 1000; ++i) {
-            text.push_back(static_cast<char>('a' + i % 16));
+            text.push_back(static_cast<char>('a' + i % 26));
         }
         benchmark::DoNotOptimize(text);
     }
@@ -101,10 +102,8 @@ BENCHMARK(AppendBytes_Std);
 
 CUTF8String& AppendTo(CUTF8String& text, const CUTF8String& piece) { return text.Append(piece); }
 CUTF8String& AppendTo(CUTF8String& text, const char* piece) { return text.Append(piece); }
-template <class Piece>
-std::string& AppendTo(std::string& text, const Piece& piece) {
-    return text.append(piece);
-}
+std::string& AppendTo(std::string& text, const std::string& piece) { return text.append(piece); }
+std::string& AppendTo(std::string& text, const char* piece) { return text.append(piece); }
 
 template <class String, class Piece>
 void AppendPieces(benchmark::State& state) {
@@ -122,6 +121,19 @@ BENCHMARK_TEMPLATE(AppendPieces, CUTF8String, CUTF8String);
 BENCHMARK_TEMPLATE(AppendPieces, std::string, std::string);
 BENCHMARK_TEMPLATE(AppendPieces, CUTF8String, const char*);
 BENCHMARK_TEMPLATE(AppendPieces, std::string, const char*);
+
+template <class String>
+void AppendLiterals(benchmark::State& state) {
+    for (auto _ : state) {
+        String text;
+        for (int i = 0; i < 200; ++i) {
+            AppendTo(text, "0123456789abcdef");
+        }
+        benchmark::DoNotOptimize(text);
+    }
+}
+BENCHMARK_TEMPLATE(AppendLiterals, CUTF8String);
+BENCHMARK_TEMPLATE(AppendLiterals, std::string);
 
 void Compare_Ours(benchmark::State& state) {
     const std::string source = Ascii(1024);

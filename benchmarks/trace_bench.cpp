@@ -3,7 +3,11 @@
 //
 // The log that cannot be opened comes first: its directory is made when that part is over.
 
+#include "qorvs/trace.h"
+#include "qorvs/trace_structures.h"
+
 #include <benchmark/benchmark.h>
+
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -18,9 +22,6 @@
 #include <fstream>
 #include <string>
 #include <vector>
-
-#include "qorvs/trace.h"
-#include "qorvs/trace_structures.h"
 
 #ifdef QORVS_HAVE_SPDLOG
 #include <spdlog/sinks/basic_file_sink.h>

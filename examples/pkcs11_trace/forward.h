@@ -17,14 +17,26 @@
 /** Visible to the host, but never replaced by a function of the same name in the host. */
 #define TRACED extern "C" __attribute__((visibility("protected"))) CK_RV
 
+/** Calls into the real module. An exception, which C programs cannot take, is CKR_GENERAL_ERROR. */
+template <typename Function, typename... Arguments>
+CK_RV CallGuarded(Function function, Arguments... arguments) {
+    try {
+        return function(arguments...);
+    } catch (const abi::__forced_unwind&) {
+        throw;  // the thread is being cancelled inside the call
+    } catch (...) {
+        return CKR_GENERAL_ERROR;
+    }
+}
+
 /**
- * Calls one function of the real module.
+ * Calls one function of the real module's list.
  *
- * Gives CKR_GENERAL_ERROR when the module could not be loaded or threw an exception, and
- * CKR_FUNCTION_NOT_SUPPORTED when its list has no such function.
+ * Gives CKR_GENERAL_ERROR when the module could not be loaded, and CKR_FUNCTION_NOT_SUPPORTED when
+ * its list has no such function.
  */
-template <typename... Parameters, typename... Arguments>
-CK_RV Forward(CK_RV (*CK_FUNCTION_LIST::*function)(Parameters...), Arguments... arguments) {
+template <typename Function, typename... Arguments>
+CK_RV Forward(Function CK_FUNCTION_LIST::*function, Arguments... arguments) {
     const CK_FUNCTION_LIST* real = CRealModule::Instance().Functions();
     if (real == nullptr) {
         return CKR_GENERAL_ERROR;
@@ -32,13 +44,7 @@ CK_RV Forward(CK_RV (*CK_FUNCTION_LIST::*function)(Parameters...), Arguments... 
     if (real->*function == nullptr) {
         return CKR_FUNCTION_NOT_SUPPORTED;
     }
-    try {
-        return (real->*function)(arguments...);
-    } catch (const abi::__forced_unwind&) {
-        throw;  // the thread is being cancelled inside the call
-    } catch (...) {
-        return CKR_GENERAL_ERROR;
-    }
+    return CallGuarded(real->*function, arguments...);
 }
 
 /** What the module gave through a pointer, or null when the call failed and nothing is there. */
@@ -47,18 +53,24 @@ const T* Given(CK_RV result, const T* out) {
     return result == CKR_OK ? out : nullptr;
 }
 
-/** The text of a number behind a pointer: "0x1F", or "none" for a null pointer. */
+/** The text of a number behind a pointer, or "none" for a null pointer. */
 class CNumberText {
 public:
-    explicit CNumberText(const CK_ULONG* number);
+    /** As handles and flags are written: "0x1f". */
+    static CNumberText Hex(const CK_ULONG* number) { return CNumberText(number, 16); }
+
+    /** As lengths and counts are written: "31". */
+    static CNumberText Decimal(const CK_ULONG* number) { return CNumberText(number, 10); }
 
     const char* Text() const { return text; }
 
 private:
+    CNumberText(const CK_ULONG* number, unsigned base);
+
     char text[24];
 };
 
-/** The text of up to eight numbers of an array: "0x1 0x2", or "none". */
+/** The text of up to eight handles of an array: "0x1 0x2", or "none". */
 class CNumbersText {
 public:
     CNumbersText(const CK_ULONG* numbers, const CK_ULONG* count);

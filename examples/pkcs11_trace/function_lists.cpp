@@ -178,14 +178,15 @@ TRACED C_GetInterfaceList(CInterface* interfaces, CK_ULONG_PTR count) {
     const CRealModule& real = CRealModule::Instance();
     CK_RV result = CKR_GENERAL_ERROR;
     if (real.GetInterfaceList() != nullptr) {
-        result = real.GetInterfaceList()(interfaces, count);
-        for (CK_ULONG i = 0; result == CKR_OK && interfaces != nullptr && i < *count; i++) {
+        result = CallGuarded(real.GetInterfaceList(), interfaces, count);
+        const CK_ULONG* given = Given(result, count);
+        for (CK_ULONG i = 0; interfaces != nullptr && given != nullptr && i < *given; i++) {
             interfaces[i] = *tracedInterfaces.Find(&interfaces[i]);
         }
     } else if (real.Functions() != nullptr) {
         result = ListOnlyInterface(interfaces, count);
     }
-    TraceString("Count: %s\n" RETURNS, CNumberText(Given(result, count)).Text(),
+    TraceString("Count: %s\n" RETURNS, CNumberText::Decimal(Given(result, count)).Text(),
                 GetCkErrorString(result));
     return result;
 }
@@ -196,14 +197,14 @@ TRACED C_GetInterface(const CK_UTF8CHAR* name, CK_VERSION_PTR version, CInterfac
     const CRealModule& real = CRealModule::Instance();
     CK_RV result = CKR_GENERAL_ERROR;
     if (real.GetInterface() != nullptr) {
-        result = real.GetInterface()(name, version, interface, flags);
-        if (result == CKR_OK) {
+        result = CallGuarded(real.GetInterface(), name, version, interface, flags);
+        if (Given(result, interface) != nullptr) {
             *interface = const_cast<CInterface*>(tracedInterfaces.Find(*interface));
         }
     } else if (real.Functions() != nullptr) {
         result = GetOnlyInterface(name, version, interface, flags);
     }
-    TraceString("Name: %s\nFlags: 0x%lx\n" RETURNS,
+    TraceString("Name: %s, flags: 0x%lx\n" RETURNS,
                 name != nullptr ? reinterpret_cast<const char*>(name) : "none", flags,
                 GetCkErrorString(result));
     return result;

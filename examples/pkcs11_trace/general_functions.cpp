@@ -29,7 +29,7 @@ TRACED C_Initialize(void* arguments) {
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_Initialize, arguments);
     auto given = static_cast<const CK_C_INITIALIZE_ARGS*>(arguments);
     TraceString("Flags: %s\n" RETURNS,
-                CNumberText(given != nullptr ? &given->flags : nullptr).Text(),
+                CNumberText::Hex(given != nullptr ? &given->flags : nullptr).Text(),
                 GetCkErrorString(result));
     return result;
 }
@@ -59,8 +59,8 @@ TRACED C_GetSlotList(CK_BBOOL tokenPresent, CK_SLOT_ID_PTR slots, CK_ULONG_PTR c
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_GetSlotList, tokenPresent, slots, count);
     const CK_ULONG* given = Given(result, count);
-    TraceString("Only with token: %d\nCount: %s\nSlots: %s\n" RETURNS, tokenPresent,
-                CNumberText(given).Text(), CNumbersText(slots, given).Text(),
+    TraceString("Only with token: %d, count: %s, slots: %s\n" RETURNS, tokenPresent,
+                CNumberText::Decimal(given).Text(), CNumbersText(slots, given).Text(),
                 GetCkErrorString(result));
     return result;
 }
@@ -88,8 +88,8 @@ TRACED C_GetTokenInfo(CK_SLOT_ID slot, CK_TOKEN_INFO_PTR info) {
 TRACED C_WaitForSlotEvent(CK_FLAGS flags, CK_SLOT_ID_PTR slot, void* reserved) {
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_WaitForSlotEvent, flags, slot, reserved);
-    TraceString("Flags: 0x%lx\nSlot: %s\n" RETURNS, flags, CNumberText(Given(result, slot)).Text(),
-                GetCkErrorString(result));
+    TraceString("Flags: 0x%lx, slot: %s\n" RETURNS, flags,
+                CNumberText::Hex(Given(result, slot)).Text(), GetCkErrorString(result));
     return result;
 }
 
@@ -97,15 +97,16 @@ TRACED C_GetMechanismList(CK_SLOT_ID slot, CK_MECHANISM_TYPE_PTR mechanisms, CK_
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_GetMechanismList, slot, mechanisms, count);
     const CK_ULONG* given = Given(result, count);
-    TraceString("Slot: 0x%lx\nCount: %s\nMechanisms: %s\n" RETURNS, slot, CNumberText(given).Text(),
-                CNumbersText(mechanisms, given).Text(), GetCkErrorString(result));
+    TraceString("Slot: 0x%lx, count: %s, mechanisms: %s\n" RETURNS, slot,
+                CNumberText::Decimal(given).Text(), CNumbersText(mechanisms, given).Text(),
+                GetCkErrorString(result));
     return result;
 }
 
 TRACED C_GetMechanismInfo(CK_SLOT_ID slot, CK_MECHANISM_TYPE type, CK_MECHANISM_INFO_PTR info) {
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_GetMechanismInfo, slot, type, info);
-    TraceString("Slot: 0x%lx\nMechanism: %s\n" RETURNS, slot, GetCkMechanismTypeString(type),
+    TraceString("Slot: 0x%lx, mechanism: %s\n" RETURNS, slot, GetCkMechanismTypeString(type),
                 GetCkErrorString(result));
     TraceMechanismInfo(Given(result, info));
     return result;
@@ -116,7 +117,7 @@ TRACED C_InitToken(CK_SLOT_ID slot, CK_UTF8CHAR_PTR pin, CK_ULONG pinLength,
     constexpr int kLabelWidth = 32;
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_InitToken, slot, pin, pinLength, label);
-    TraceString("Slot: 0x%lx\nPIN: %s\nLabel: \"%.*s\"\n" RETURNS, slot, PinText(pin), kLabelWidth,
+    TraceString("Slot: 0x%lx, PIN: %s, label: \"%.*s\"\n" RETURNS, slot, PinText(pin), kLabelWidth,
                 label != nullptr ? reinterpret_cast<const char*>(label) : "",
                 GetCkErrorString(result));
     return result;
@@ -125,7 +126,7 @@ TRACED C_InitToken(CK_SLOT_ID slot, CK_UTF8CHAR_PTR pin, CK_ULONG pinLength,
 TRACED C_InitPIN(CK_SESSION_HANDLE session, CK_UTF8CHAR_PTR pin, CK_ULONG pinLength) {
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_InitPIN, session, pin, pinLength);
-    TraceString("Session: 0x%lx\nPIN: %s\n" RETURNS, session, PinText(pin),
+    TraceString("Session: 0x%lx, PIN: %s\n" RETURNS, session, PinText(pin),
                 GetCkErrorString(result));
     return result;
 }
@@ -135,7 +136,7 @@ TRACED C_SetPIN(CK_SESSION_HANDLE session, CK_UTF8CHAR_PTR oldPin, CK_ULONG oldL
     CTraceScope scope(__func__);
     CK_RV result =
         Forward(&CK_FUNCTION_LIST::C_SetPIN, session, oldPin, oldLength, newPin, newLength);
-    TraceString("Session: 0x%lx\nOld PIN: %s\nNew PIN: %s\n" RETURNS, session, PinText(oldPin),
+    TraceString("Session: 0x%lx, old PIN: %s, new PIN: %s\n" RETURNS, session, PinText(oldPin),
                 PinText(newPin), GetCkErrorString(result));
     return result;
 }
@@ -145,8 +146,8 @@ TRACED C_OpenSession(CK_SLOT_ID slot, CK_FLAGS flags, void* application, CK_NOTI
     CTraceScope scope(__func__);
     CK_RV result =
         Forward(&CK_FUNCTION_LIST::C_OpenSession, slot, flags, application, notify, session);
-    TraceString("Slot: 0x%lx\nFlags: 0x%lx\nSession: %s\n" RETURNS, slot, flags,
-                CNumberText(Given(result, session)).Text(), GetCkErrorString(result));
+    TraceString("Slot: 0x%lx, flags: 0x%lx, session: %s\n" RETURNS, slot, flags,
+                CNumberText::Hex(Given(result, session)).Text(), GetCkErrorString(result));
     return result;
 }
 
@@ -172,8 +173,8 @@ TRACED C_GetSessionInfo(CK_SESSION_HANDLE session, CK_SESSION_INFO_PTR info) {
 TRACED C_GetOperationState(CK_SESSION_HANDLE session, CK_BYTE_PTR state, CK_ULONG_PTR length) {
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_GetOperationState, session, state, length);
-    TraceString("Session: 0x%lx\nState length: %s\n" RETURNS, session,
-                CNumberText(Given(result, length)).Text(), GetCkErrorString(result));
+    TraceString("Session: 0x%lx, state length: %s\n" RETURNS, session,
+                CNumberText::Decimal(Given(result, length)).Text(), GetCkErrorString(result));
     return result;
 }
 
@@ -182,7 +183,7 @@ TRACED C_SetOperationState(CK_SESSION_HANDLE session, CK_BYTE_PTR state, CK_ULON
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_SetOperationState, session, state, length,
                            encryptionKey, authenticationKey);
-    TraceString("Session: 0x%lx\nState length: %lu\nKeys: 0x%lx 0x%lx\n" RETURNS, session, length,
+    TraceString("Session: 0x%lx, state length: %lu, keys: 0x%lx 0x%lx\n" RETURNS, session, length,
                 encryptionKey, authenticationKey, GetCkErrorString(result));
     return result;
 }
@@ -191,7 +192,7 @@ TRACED C_Login(CK_SESSION_HANDLE session, CK_USER_TYPE user, CK_UTF8CHAR_PTR pin
                CK_ULONG pinLength) {
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_Login, session, user, pin, pinLength);
-    TraceString("Session: 0x%lx\nUser: %s\nPIN: %s\n" RETURNS, session, GetCkUserTypeString(user),
+    TraceString("Session: 0x%lx, user: %s, PIN: %s\n" RETURNS, session, GetCkUserTypeString(user),
                 PinText(pin), GetCkErrorString(result));
     return result;
 }

@@ -12,8 +12,8 @@ TRACED C_CreateObject(CK_SESSION_HANDLE session, CK_ATTRIBUTE_PTR attributes, CK
     CTraceScope scope(__func__);
     TraceTemplateByItself(attributes, count);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_CreateObject, session, attributes, count, object);
-    TraceString("Session: 0x%lx\nObject: %s\n" RETURNS, session,
-                CNumberText(Given(result, object)).Text(), GetCkErrorString(result));
+    TraceString("Session: 0x%lx, object: %s\n" RETURNS, session,
+                CNumberText::Hex(Given(result, object)).Text(), GetCkErrorString(result));
     return result;
 }
 
@@ -23,15 +23,15 @@ TRACED C_CopyObject(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object, CK_ATTRI
     TraceChanges(session, object, attributes, count);
     CK_RV result =
         Forward(&CK_FUNCTION_LIST::C_CopyObject, session, object, attributes, count, copy);
-    TraceString("Session: 0x%lx\nObject: 0x%lx\nCopy: %s\n" RETURNS, session, object,
-                CNumberText(Given(result, copy)).Text(), GetCkErrorString(result));
+    TraceString("Session: 0x%lx, object: 0x%lx, copy: %s\n" RETURNS, session, object,
+                CNumberText::Hex(Given(result, copy)).Text(), GetCkErrorString(result));
     return result;
 }
 
 TRACED C_DestroyObject(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object) {
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_DestroyObject, session, object);
-    TraceString("Session: 0x%lx\nObject: 0x%lx\n" RETURNS, session, object,
+    TraceString("Session: 0x%lx, object: 0x%lx\n" RETURNS, session, object,
                 GetCkErrorString(result));
     return result;
 }
@@ -39,8 +39,8 @@ TRACED C_DestroyObject(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object) {
 TRACED C_GetObjectSize(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object, CK_ULONG_PTR size) {
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_GetObjectSize, session, object, size);
-    TraceString("Session: 0x%lx\nObject: 0x%lx\nSize: %s\n" RETURNS, session, object,
-                CNumberText(Given(result, size)).Text(), GetCkErrorString(result));
+    TraceString("Session: 0x%lx, object: 0x%lx, size: %s\n" RETURNS, session, object,
+                CNumberText::Decimal(Given(result, size)).Text(), GetCkErrorString(result));
     return result;
 }
 
@@ -49,7 +49,7 @@ TRACED C_GetAttributeValue(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object,
     CTraceScope scope(__func__);
     CK_RV result =
         Forward(&CK_FUNCTION_LIST::C_GetAttributeValue, session, object, attributes, count);
-    TraceString("Session: 0x%lx\nObject: 0x%lx\n" RETURNS, session, object,
+    TraceString("Session: 0x%lx, object: 0x%lx\n" RETURNS, session, object,
                 GetCkErrorString(result));
     TraceAnswers(session, object, attributes, count, result);
     return result;
@@ -61,7 +61,7 @@ TRACED C_SetAttributeValue(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object,
     TraceChanges(session, object, attributes, count);
     CK_RV result =
         Forward(&CK_FUNCTION_LIST::C_SetAttributeValue, session, object, attributes, count);
-    TraceString("Session: 0x%lx\nObject: 0x%lx\n" RETURNS, session, object,
+    TraceString("Session: 0x%lx, object: 0x%lx\n" RETURNS, session, object,
                 GetCkErrorString(result));
     return result;
 }
@@ -79,8 +79,8 @@ TRACED C_FindObjects(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE_PTR objects, CK
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_FindObjects, session, objects, room, count);
     const CK_ULONG* given = Given(result, count);
-    TraceString("Session: 0x%lx\nRoom for: %lu\nCount: %s\nObjects: %s\n" RETURNS, session, room,
-                CNumberText(given).Text(), CNumbersText(objects, given).Text(),
+    TraceString("Session: 0x%lx, room for: %lu, count: %s, objects: %s\n" RETURNS, session, room,
+                CNumberText::Decimal(given).Text(), CNumbersText(objects, given).Text(),
                 GetCkErrorString(result));
     return result;
 }
@@ -99,8 +99,8 @@ TRACED C_GenerateKey(CK_SESSION_HANDLE session, CK_MECHANISM_PTR mechanism,
     TraceHiddenTemplate(attributes, count);
     CK_RV result =
         Forward(&CK_FUNCTION_LIST::C_GenerateKey, session, mechanism, attributes, count, key);
-    TraceString("Session: 0x%lx\nKey: %s\n" RETURNS, session,
-                CNumberText(Given(result, key)).Text(), GetCkErrorString(result));
+    TraceString("Session: 0x%lx, key: %s\n" RETURNS, session,
+                CNumberText::Hex(Given(result, key)).Text(), GetCkErrorString(result));
     return result;
 }
 
@@ -115,9 +115,9 @@ TRACED C_GenerateKeyPair(CK_SESSION_HANDLE session, CK_MECHANISM_PTR mechanism,
     CK_RV result =
         Forward(&CK_FUNCTION_LIST::C_GenerateKeyPair, session, mechanism, publicAttributes,
                 publicCount, privateAttributes, privateCount, publicKey, privateKey);
-    TraceString("Session: 0x%lx\nPublic key: %s\nPrivate key: %s\n" RETURNS, session,
-                CNumberText(Given(result, publicKey)).Text(),
-                CNumberText(Given(result, privateKey)).Text(), GetCkErrorString(result));
+    TraceString("Session: 0x%lx, public key: %s, private key: %s\n" RETURNS, session,
+                CNumberText::Hex(Given(result, publicKey)).Text(),
+                CNumberText::Hex(Given(result, privateKey)).Text(), GetCkErrorString(result));
     return result;
 }
 
@@ -128,8 +128,8 @@ TRACED C_WrapKey(CK_SESSION_HANDLE session, CK_MECHANISM_PTR mechanism,
     TraceMechanismSafely(mechanism);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_WrapKey, session, mechanism, wrappingKey, key,
                            wrapped, length);
-    TraceString("Session: 0x%lx\nWrapping key: 0x%lx\nKey: 0x%lx\nWrapped length: %s\n" RETURNS,
-                session, wrappingKey, key, CNumberText(Given(result, length)).Text(),
+    TraceString("Session: 0x%lx, wrapping key: 0x%lx, key: 0x%lx, wrapped length: %s\n" RETURNS,
+                session, wrappingKey, key, CNumberText::Decimal(Given(result, length)).Text(),
                 GetCkErrorString(result));
     return result;
 }
@@ -142,8 +142,8 @@ TRACED C_UnwrapKey(CK_SESSION_HANDLE session, CK_MECHANISM_PTR mechanism,
     TraceHiddenTemplate(attributes, count);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_UnwrapKey, session, mechanism, unwrappingKey,
                            wrapped, length, attributes, count, key);
-    TraceString("Session: 0x%lx\nUnwrapping key: 0x%lx\nWrapped length: %lu\nKey: %s\n" RETURNS,
-                session, unwrappingKey, length, CNumberText(Given(result, key)).Text(),
+    TraceString("Session: 0x%lx, unwrapping key: 0x%lx, wrapped length: %lu, key: %s\n" RETURNS,
+                session, unwrappingKey, length, CNumberText::Hex(Given(result, key)).Text(),
                 GetCkErrorString(result));
     return result;
 }
@@ -155,7 +155,7 @@ TRACED C_DeriveKey(CK_SESSION_HANDLE session, CK_MECHANISM_PTR mechanism, CK_OBJ
     TraceHiddenTemplate(attributes, count);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_DeriveKey, session, mechanism, baseKey, attributes,
                            count, key);
-    TraceString("Session: 0x%lx\nBase key: 0x%lx\nKey: %s\n" RETURNS, session, baseKey,
-                CNumberText(Given(result, key)).Text(), GetCkErrorString(result));
+    TraceString("Session: 0x%lx, base key: 0x%lx, key: %s\n" RETURNS, session, baseKey,
+                CNumberText::Hex(Given(result, key)).Text(), GetCkErrorString(result));
     return result;
 }

@@ -16,7 +16,7 @@ static CK_RV ForwardInit(const char* name, CK_C_EncryptInit CK_FUNCTION_LIST::*f
     CTraceScope scope(name);
     TraceMechanismSafely(mechanism);
     CK_RV result = Forward(function, session, mechanism, key);
-    TraceString("Session: 0x%lx\nKey: 0x%lx\n" RETURNS, session, key, GetCkErrorString(result));
+    TraceString("Session: 0x%lx, key: 0x%lx\n" RETURNS, session, key, GetCkErrorString(result));
     return result;
 }
 
@@ -26,8 +26,8 @@ static CK_RV ForwardTransform(const char* name, CK_C_Encrypt CK_FUNCTION_LIST::*
                               CK_BYTE_PTR output, CK_ULONG_PTR outputLength) {
     CTraceScope scope(name);
     CK_RV result = Forward(function, session, input, inputLength, output, outputLength);
-    TraceString("Session: 0x%lx\nInput length: %lu\nOutput length: %s\n" RETURNS, session,
-                inputLength, CNumberText(Given(result, outputLength)).Text(),
+    TraceString("Session: 0x%lx, input length: %lu, output length: %s\n" RETURNS, session,
+                inputLength, CNumberText::Decimal(Given(result, outputLength)).Text(),
                 GetCkErrorString(result));
     return result;
 }
@@ -37,7 +37,7 @@ static CK_RV ForwardBuffer(const char* name, CK_C_DigestUpdate CK_FUNCTION_LIST:
                            CK_SESSION_HANDLE session, CK_BYTE_PTR data, CK_ULONG length) {
     CTraceScope scope(name);
     CK_RV result = Forward(function, session, data, length);
-    TraceString("Session: 0x%lx\nLength: %lu\n" RETURNS, session, length, GetCkErrorString(result));
+    TraceString("Session: 0x%lx, length: %lu\n" RETURNS, session, length, GetCkErrorString(result));
     return result;
 }
 
@@ -47,8 +47,8 @@ static CK_RV ForwardFinal(const char* name, CK_C_EncryptFinal CK_FUNCTION_LIST::
                           CK_ULONG_PTR outputLength) {
     CTraceScope scope(name);
     CK_RV result = Forward(function, session, output, outputLength);
-    TraceString("Session: 0x%lx\nOutput length: %s\n" RETURNS, session,
-                CNumberText(Given(result, outputLength)).Text(), GetCkErrorString(result));
+    TraceString("Session: 0x%lx, output length: %s\n" RETURNS, session,
+                CNumberText::Decimal(Given(result, outputLength)).Text(), GetCkErrorString(result));
     return result;
 }
 
@@ -120,7 +120,7 @@ TRACED C_DigestInit(CK_SESSION_HANDLE session, CK_MECHANISM_PTR mechanism) {
 TRACED C_DigestKey(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE key) {
     CTraceScope scope(__func__);
     CK_RV result = Forward(&CK_FUNCTION_LIST::C_DigestKey, session, key);
-    TraceString("Session: 0x%lx\nKey: 0x%lx\n" RETURNS, session, key, GetCkErrorString(result));
+    TraceString("Session: 0x%lx, key: 0x%lx\n" RETURNS, session, key, GetCkErrorString(result));
     return result;
 }
 
@@ -129,7 +129,7 @@ TRACED C_Verify(CK_SESSION_HANDLE session, CK_BYTE_PTR data, CK_ULONG dataLength
     CTraceScope scope(__func__);
     CK_RV result =
         Forward(&CK_FUNCTION_LIST::C_Verify, session, data, dataLength, signature, signatureLength);
-    TraceString("Session: 0x%lx\nInput length: %lu\nSignature length: %lu\n" RETURNS, session,
+    TraceString("Session: 0x%lx, input length: %lu, signature length: %lu\n" RETURNS, session,
                 dataLength, signatureLength, GetCkErrorString(result));
     return result;
 }

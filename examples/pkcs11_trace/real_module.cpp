@@ -23,7 +23,7 @@ static bool IsThisModule(CK_C_GetFunctionList function) {
 }
 
 const CRealModule& CRealModule::Instance() {
-    static const CRealModule& module = *new CRealModule;
+    static const CRealModule module;  // has nothing to destroy, so exit handlers may use it
     return module;
 }
 

@@ -97,7 +97,7 @@ begin token
 tool --init-token --slot-index 0 --label Test --so-pin so-pin-of-test
 tool --init-pin --token-label Test --login --login-type so --so-pin so-pin-of-test \
     --new-pin user-pin-of-test
-expect_line 'User: CKU_SO$'
+expect_line 'user: CKU_SO, PIN: given$'
 expect_none 'pin-of-test'
 
 begin objects
@@ -117,9 +117,9 @@ expect_nested
 begin self-test
 tool "${user[@]}" --test
 grep -q 'No errors' "$work/output" || fail "pkcs11-tool --test found errors"
-expect_line 'User: CKU_USER$'
+expect_line 'user: CKU_USER, PIN: given$'
 expect_line 'Slot ID:  '
-expect_line 'Min key size:  '
+expect_line 'Min key size: '
 expect_none 'pin-of-test'
 expect_nested
 

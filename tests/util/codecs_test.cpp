@@ -6,10 +6,15 @@
 #include "util/version.h"
 #include "util/zip.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
+#include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <stdexcept>
 #include <string>
 
@@ -216,4 +221,41 @@ TEST(Address, HasFourPiecesAndPerhapsAPort) {
          {"", "1.2.3", "1.2.3.4.5", "1.2.3:4.5", ":1.2.3.4", "localhost"}) {
         EXPECT_THROW(ParseAddress(text), NOT_IPV4) << text;
     }
+}
+
+/** Fails in every codec with the log turned on and writes the log to standard error. */
+[[noreturn]] static void PrintLogOfFailures() {
+    std::string home = std::filesystem::temp_directory_path() / "codecs_XXXXXX";
+    if (mkdtemp(home.data()) == nullptr) {
+        _exit(1);
+    }
+    const std::string settings = home + "/qorvs.conf";
+    std::ofstream(settings) << "SecuritySuite {\nEnableTrace = 1\nTrace = " << home << "\n}\n";
+    setenv("QORVS_CONFFILE", settings.c_str(), 1);
+    Outcome([] { return DecodeBase64("!!!!"); });
+    Outcome([] { return ZipDecode(Noise(100)); });
+    Outcome([] { return ParseAddress("%s%n").parts[0]; });
+    Outcome([] { return ExtractVersion("none"); });
+    for (const auto& entry : std::filesystem::directory_iterator(home)) {
+        std::cerr << std::ifstream(entry.path()).rdbuf();
+    }
+    std::filesystem::remove_all(home);
+    _exit(0);
+}
+
+// Kept: the two directions of compression report each other's sentence. Logs are matched on these
+// words.
+TEST(CodecsDeathTest, WriteTheirWordsIntoTheLog) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    using testing::ContainsRegex;
+    EXPECT_EXIT(
+        PrintLogOfFailures(), testing::ExitedWithCode(0),
+        testing::AllOf(
+            ContainsRegex(" data is of invalid base 64 format\n"
+                          ".* 'WARNING Exception raised' in .DecodeBase64., line [0-9]+\n"),
+            ContainsRegex(" Could not initialize deflate\n"
+                          ".* 'WARNING Exception raised' in .ZipDecode., line [0-9]+\n"),
+            ContainsRegex(" adress is not in IPV4 format\n.* %s%n\n"
+                          ".* 'WARNING Exception raised' in .ParseAddress., line [0-9]+\n"),
+            ContainsRegex(" 'WARNING Exception raised' in .ExtractVersion., line [0-9]+\n")));
 }

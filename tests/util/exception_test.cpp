@@ -68,16 +68,15 @@ TEST(Exception, CopiesShareTheMessage) {
     EXPECT_FALSE(assigned.HasMessage());
 }
 
-TEST(Exception, RethrowKeepsTheType) {
-    const auto passOn = [] {
-        try {
-            RAISE_CCK(CCkException(0x31));
-        } catch (...) {
-            RERAISE();
-        }
-    };
-    EXPECT_THROW(passOn(), CCkException);
+static void PassOn() {
+    try {
+        RAISE_CCK(CCkException(0x31));
+    } catch (...) {
+        RERAISE();
+    }
 }
+
+TEST(Exception, RethrowKeepsTheType) { EXPECT_THROW(PassOn(), CCkException); }
 
 TEST(EventMessage, RendersThroughTheCatalog) {
     static const struct {

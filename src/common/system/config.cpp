@@ -1,6 +1,7 @@
 #include "system/config.h"
 
 #include "system/config_parser.h"
+#include "util/byte_search.h"
 #include "util/numbers.h"
 
 #include <errno.h>
@@ -54,7 +55,22 @@ bool IsSame(const CUTF8String& left, const CUTF8String& right) noexcept {
     if (length == right.GetLength() && std::memcmp(left.GetText(), right.GetText(), length) == 0) {
         return true;
     }
+    if (IsAscii(left.GetText(), length) && IsAscii(right.GetText(), right.GetLength())) {
+        return false;
+    }
     return left.Compare(right) == 0;
+}
+
+/** From the length, the first, the middle and the last character, where the bytes tell them. */
+uint32_t MarkOf(const CUTF8String& key) noexcept {
+    const char* const text = key.GetText();
+    const size_t length = key.GetLength();
+    if (length == 0 || !IsAscii(text, length)) {
+        return 0;
+    }
+    const auto at = [text](size_t index) { return static_cast<uint32_t>(text[index]); };
+    return 0x80000000 | static_cast<uint32_t>(length & 0x3FF) << 21 | at(0) << 14 |
+           at(length / 2) << 7 | at(length - 1);
 }
 
 template <class Elements>
@@ -84,8 +100,10 @@ CConfig::CConfig(CConfig* file, CUTF8String sectionName)
 CConfig::~CConfig() = default;
 
 const CConfigEntry* CConfig::FindEntry(const CUTF8String& key) const noexcept {
+    const uint32_t mark = MarkOf(key);
     for (const CConfigEntry& entry : entries) {
-        if (IsSame(entry.key, key)) {
+        const bool mayBeSame = entry.mark == mark || entry.mark == 0 || mark == 0;
+        if (mayBeSame && IsSame(entry.key, key)) {
             return &entry;
         }
     }
@@ -162,7 +180,8 @@ CConfig* CConfig::AppendSection(CUTF8String sectionName) {
 }
 
 void CConfig::AppendEntry(CUTF8String key, CUTF8String value) {
-    entries.Append({std::move(key), std::move(value)});
+    const uint32_t mark = MarkOf(key);
+    entries.Append({std::move(key), std::move(value), mark});
 }
 
 bool CConfig::SetString(const CUTF8String& key, const CUTF8String& value) {

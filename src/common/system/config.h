@@ -13,6 +13,8 @@
 struct CConfigEntry {
     CUTF8String key;
     CUTF8String value;
+    // Two keys with different marks differ; 0 says nothing. Keeps a look-up inside the array.
+    uint32_t mark;
 };
 
 /**

@@ -55,6 +55,7 @@ public:
 
 private:
     unsigned Look(size_t& next) const;
+    unsigned LookAtSequence(size_t& next) const;
     void SkipSpaces();
     CTextPiece Read(unsigned stops);
     CUTF8String Extract(const CTextPiece& piece) const;
@@ -77,19 +78,19 @@ private:
 
 /** The classes of the next code point, and where the one after it begins. */
 inline unsigned CConfigParser::Look(size_t& next) const {
-    if (cursor >= length) {
-        return kTextEnd;
-    }
+    const unsigned classes =
+        cursor < length ? kClasses[static_cast<unsigned char>(text[cursor])] : kTextEnd;
     next = cursor + 1;
-    const unsigned classes = kClasses[static_cast<unsigned char>(text[cursor])];
-    if (classes != kSequence) {
-        return classes;
-    }
+    return classes != kSequence ? classes : LookAtSequence(next);
+}
+
+unsigned CConfigParser::LookAtSequence(size_t& next) const {
     next = cursor;
     const char32_t codePoint = CUTF8Encoding::Read(text, length, next);
     if (codePoint == kEndOfText) {
         return kTextEnd;
     }
+    // Forms that are longer than they need be count as what they stand for.
     if (codePoint < 0x80) {
         return kClasses[codePoint];
     }

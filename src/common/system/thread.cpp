@@ -15,7 +15,7 @@ uint64_t FetchCurrentThreadId() noexcept {
 }
 
 CThread::~CThread() {
-    if (started && IsCurrent()) {
+    if (IsCurrent() && started) {
         pthread_detach(thread);
     }
 }
@@ -56,7 +56,8 @@ int32_t CThread::Wait() {
 }
 
 void CThread::WaitAndDetachSelf() {
-    if (!started || !IsCurrent()) {
+    // In this order: the flag is the thread's own to change while others ask.
+    if (!IsCurrent() || !started) {
         return;
     }
     try {

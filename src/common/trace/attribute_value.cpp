@@ -1,12 +1,12 @@
 #include "trace/attribute_value.h"
 
+#include "qorvs/ck_extensions.h"
+#include "qorvs/ck_names.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <iterator>
-
-#include "qorvs/ck_extensions.h"
-#include "qorvs/ck_names.h"
 
 namespace {
 
@@ -175,11 +175,9 @@ constexpr auto kValuesByType = [] {
 }();
 
 const CValueRow* FindRow(CK_ATTRIBUTE_TYPE type) {
-    const auto* const row =
-        std::lower_bound(kValuesByType.begin(), kValuesByType.end(), type,
-                         [](const CValueRow& left, CK_ATTRIBUTE_TYPE right) {
-                             return left.type < right;
-                         });
+    const auto* const row = std::lower_bound(
+        kValuesByType.begin(), kValuesByType.end(), type,
+        [](const CValueRow& left, CK_ATTRIBUTE_TYPE right) { return left.type < right; });
     return row != kValuesByType.end() && row->type == type ? row : nullptr;
 }
 

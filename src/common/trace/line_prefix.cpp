@@ -50,7 +50,8 @@ CSecondText currentSecond{-1, {}};
 
 unsigned GetMicroseconds() noexcept {
     timespec now{};
-    return clock_gettime(CLOCK_MONOTONIC, &now) == 0 ? static_cast<unsigned>(now.tv_nsec / 1000) : 0;
+    return clock_gettime(CLOCK_MONOTONIC, &now) == 0 ? static_cast<unsigned>(now.tv_nsec / 1000)
+                                                     : 0;
 }
 
 }  // namespace

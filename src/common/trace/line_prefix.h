@@ -3,11 +3,11 @@
  */
 #pragma once
 
-#include <cstddef>
-#include <cstring>
-
 #include "trace/line_writer.h"
 #include "trace/trace_thread.h"
+
+#include <cstddef>
+#include <cstring>
 
 /**
  * "MM-DD_hh:mm:ss:uuuuuu TTTTTTTTmm " and four blanks for each level of indent.

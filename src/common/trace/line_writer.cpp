@@ -46,8 +46,8 @@ bool CLineWriter::Grow(size_t length) noexcept {
 
 void CLineWriter::AppendDecimal(int number) noexcept {
     char digits[12];
-    Append(digits, static_cast<size_t>(
-                       std::to_chars(digits, digits + sizeof(digits), number).ptr - digits));
+    Append(digits, static_cast<size_t>(std::to_chars(digits, digits + sizeof(digits), number).ptr -
+                                       digits));
 }
 
 void CLineWriter::AppendHexNumber(uint64_t number, int digits) noexcept {

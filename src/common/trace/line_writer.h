@@ -3,12 +3,12 @@
  */
 #pragma once
 
+#include "util/ct_zone.h"
+
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-
-#include "util/ct_zone.h"
 
 /**
  * A buffer of text for one file descriptor. Not locked: whoever writes holds the log's lock.

@@ -1,16 +1,17 @@
 #include "trace/log_file.h"
 
-#include <fcntl.h>
+#include "system/build_info.h"
+#include "system/host.h"
+#include "system/product.h"
+
 #include <openssl/opensslv.h>
+
+#include <fcntl.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <stdexcept>
-
-#include "system/build_info.h"
-#include "system/host.h"
-#include "system/product.h"
 
 namespace {
 

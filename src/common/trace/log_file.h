@@ -13,7 +13,8 @@
 class CLogFile {
 public:
     /**
-     * Opens `<directory>/qorvs_<date>[_<executable>]_<pid>.log` for appending and writes the header.
+     * Opens `<directory>/qorvs_<date>[_<executable>]_<pid>.log` for appending and writes the
+     * header.
      *
      * The directory is not made. A file that was open before is closed, without closing lines, once
      * the new one is there. False when the file cannot be opened; then nothing has changed.

@@ -1,10 +1,10 @@
 #include "trace/log_lock.h"
 
+#include "system/thread.h"
+
 #include <time.h>
 
 #include <new>
-
-#include "system/thread.h"
 
 void CLogLock::Own() noexcept {
     if (depth++ == 0) {

@@ -3,10 +3,10 @@
  */
 #pragma once
 
+#include "system/critical_section.h"
+
 #include <atomic>
 #include <cstdint>
-
-#include "system/critical_section.h"
 
 /**
  * A recursive lock that knows its owner.

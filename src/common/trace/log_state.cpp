@@ -1,13 +1,13 @@
 #include "trace/log_state.h"
 
+#include "system/settings.h"
+#include "system/thread.h"
+
 #include <errno.h>
 #include <pthread.h>
 
 #include <cstdlib>
 #include <new>
-
-#include "system/settings.h"
-#include "system/thread.h"
 
 CLogState* CLogState::instance = nullptr;
 std::atomic<unsigned> CLogState::flags{0};
@@ -15,8 +15,8 @@ std::atomic<unsigned> CLogState::flags{0};
 namespace {
 
 /**
- * Silences the thread while it opens the log, since reading settings and running commands trace, and
- * keeps it from being cancelled there: it holds the log's lock.
+ * Silences the thread while it opens the log, since reading settings and running commands trace,
+ * and keeps it from being cancelled there: it holds the log's lock.
  */
 class COpeningScope {
 public:

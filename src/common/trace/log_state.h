@@ -3,13 +3,13 @@
  */
 #pragma once
 
-#include <atomic>
-
 #include "trace/line_writer.h"
 #include "trace/log_file.h"
 #include "trace/log_lock.h"
 #include "trace/trace_thread.h"
 #include "util/ct_string.h"
+
+#include <atomic>
 
 /**
  * Whether the log is open and wanted, and the way from one to the other.

@@ -1,10 +1,10 @@
 #include "trace/message_lines.h"
 
+#include "util/ct_string.h"
+
 #include <cstdint>
 #include <cstring>
 #include <new>
-
-#include "util/ct_string.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
  */
 #pragma once
 
-#include <cstdarg>
-
 #include "trace/line_prefix.h"
 #include "trace/line_writer.h"
+
+#include <cstdarg>
 
 /**
  * Appends a message and a line feed.

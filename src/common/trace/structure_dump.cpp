@@ -1,9 +1,9 @@
 #include "trace/structure_dump.h"
 
+#include "qorvs/ck_names.h"
 #include "trace/attribute_value.h"
 #include "trace/flag_text.h"
 #include "trace/name_table.h"
-#include "qorvs/ck_names.h"
 
 CStructureDump::CStructureDump(CLineWriter& lineWriter) noexcept
     : writer(lineWriter), prefix(GetTraceThread()) {}

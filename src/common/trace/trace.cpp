@@ -1,11 +1,11 @@
 #include "qorvs/trace.h"
 
-#include <cstdarg>
-#include <new>
-
 #include "qorvs/trace_structures.h"
 #include "trace/log_state.h"
 #include "trace/tracer.h"
+
+#include <cstdarg>
+#include <new>
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "trace/trace_thread.h"
 
-#include <atomic>
-
 #include "system/thread.h"
+
+#include <atomic>
 
 __thread CTraceThread traceThread __attribute__((tls_model("initial-exec")));
 
@@ -28,12 +28,8 @@ char TakeMark() noexcept {
 
 }  // namespace
 
-CTraceThread& GetTraceThread() noexcept {
-    CTraceThread& thread = traceThread;
-    if (thread.id == 0) {
-        thread.id = static_cast<uint32_t>(GetCurrentThreadId());
-        thread.indent = 0;
-        thread.mark = TakeMark();
-    }
-    return thread;
+void BeginTraceThread() noexcept {
+    traceThread.id = static_cast<uint32_t>(GetCurrentThreadId());
+    traceThread.indent = 0;
+    traceThread.mark = TakeMark();
 }

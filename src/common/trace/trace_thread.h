@@ -7,9 +7,9 @@
 
 /** Plain data in thread-local storage, zero when a thread begins. */
 struct CTraceThread {
-    uint32_t id;     // 0 until the thread has its mark
-    int32_t indent;  // depth of TraceEnter calls
-    char mark;       // tells threads apart at a glance
+    uint32_t id;      // 0 until the thread has its mark
+    int32_t indent;   // depth of TraceEnter calls
+    char mark;        // tells threads apart at a glance
     bool suppressed;  // the thread's own lines would feed what it is doing
     bool opening;     // the thread is opening the log, whose steps trace
 };
@@ -17,5 +17,13 @@ struct CTraceThread {
 // The exported functions run in every call of every module, so the record lies in the static block.
 extern __thread CTraceThread traceThread __attribute__((tls_model("initial-exec")));
 
-/** The calling thread's record; on first use it takes the thread's id and the next mark. */
-CTraceThread& GetTraceThread() noexcept;
+/** Gives the calling thread's record the thread's id and the next mark. */
+void BeginTraceThread() noexcept;
+
+/** The calling thread's record, begun on first use. */
+inline CTraceThread& GetTraceThread() noexcept {
+    if (traceThread.id == 0) {
+        BeginTraceThread();
+    }
+    return traceThread;
+}

@@ -1,12 +1,12 @@
 #include "trace/tracer.h"
 
-#include <cstring>
-#include <string_view>
-
 #include "trace/line_prefix.h"
 #include "trace/log_state.h"
 #include "trace/message_lines.h"
 #include "trace/structure_dump.h"
+
+#include <cstring>
+#include <string_view>
 
 namespace {
 

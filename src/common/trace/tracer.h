@@ -3,9 +3,9 @@
  */
 #pragma once
 
-#include <cstdarg>
-
 #include "qorvs/cryptoki.h"
+
+#include <cstdarg>
 
 /**
  * Writes to the log of the process. No data, one instance, made while the library loads and never

@@ -1,6 +1,7 @@
 #include "util/ct_string.h"
 
 #include "util/ct_string_impl.h"
+#include "util/ct_string_read.h"
 
 template class CTString<CISOEncoding, false>;
 template class CTString<CISOEncoding, true>;

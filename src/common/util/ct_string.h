@@ -3,26 +3,18 @@
  */
 #pragma once
 
+#include "util/encodings.h"
+#include "util/string_buffer.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <cwchar>
-#include <type_traits>
 #include <utility>
-
-#include "util/encodings.h"
-#include "util/string_buffer.h"
 
 template <class String>
 class CTStringList;
 
-/** Where a text was found, in storage units; kNotFound when it was not. */
-struct CTextRange {
-    static constexpr size_t kNotFound = SIZE_MAX;
-
-    size_t first = kNotFound;
-    size_t last = kNotFound;
-};
+struct CTextRange;
 
 /**
  * A text string: one pointer to a buffer with a reference count, null for the empty string.
@@ -77,7 +69,7 @@ public:
     }
     CTString(const wchar_t* text) {
         if (text != nullptr) {
-            AppendUtf16(text, wcslen(text));
+            AppendUtf16(text, WideLength(text));
         }
     }
 
@@ -221,7 +213,7 @@ public:
     }
     CTString& Append(const wchar_t* text) {
         if (text != nullptr) {
-            AppendUtf16(text, wcslen(text));
+            AppendUtf16(text, WideLength(text));
         }
         return *this;
     }
@@ -310,14 +302,16 @@ private:
     Unit* MakeRoom(size_t length);
     void Separate(size_t capacity);
     void SetLength(size_t length) noexcept;
+    // The steps of appending: a short text that finds room, and whatever that leaves over.
+    [[gnu::always_inline]] inline bool AppendShort(const Unit* units, size_t count);
     void AppendUnits(const Unit* units, size_t count);
     void AppendAny(const Unit* units, size_t count);
     CTString& AppendCodePoint(char32_t codePoint);
     void AppendUtf8(const char* text, size_t length);
-    void AppendAnyUtf8(const char* text, size_t length);
+    [[gnu::noinline]] void AppendAnyUtf8(const char* text, size_t length);
     void AppendUtf16(const wchar_t* text, size_t length);
     template <class Source>
-    void AppendConverted(const typename Source::Unit* units, size_t length);
+    [[gnu::noinline]] void AppendConverted(const typename Source::Unit* units, size_t length);
 
     CTString Part(size_t first, size_t last) const;
     void Remove(size_t first, size_t last);
@@ -329,7 +323,7 @@ private:
 
 template <class Encoding, bool Secure>
 template <class Source>
-[[gnu::noinline]] void CTString<Encoding, Secure>::AppendConverted(const typename Source::Unit* units,
+void CTString<Encoding, Secure>::AppendConverted(const typename Source::Unit* units,
                                                  size_t length) {
     CTString converted;
     size_t index = 0;

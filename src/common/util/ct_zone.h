@@ -3,15 +3,16 @@
  */
 #pragma once
 
+#include "util/growth.h"
+#include "util/secure_heap.h"
+
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <type_traits>
 #include <utility>
-
-#include "util/growth.h"
-#include "util/secure_heap.h"
 
 /** Where the elements of a zone come from: the C heap, or the heap that wipes. */
 template <bool Secure>
@@ -48,7 +49,8 @@ struct CTZoneStorage<true> {
 };
 
 /**
- * An array of plain elements with deep copy; `Secure` ones are wiped when their storage is released.
+ * An array of plain elements with deep copy; `Secure` ones are wiped when their storage is
+ * released.
  *
  * A zone that never held anything has a null pointer. Sizes and positions are in elements. Storage
  * grows by the rule of growth.h and never shrinks, except through Clear. A zone belongs to one
@@ -168,15 +170,16 @@ public:
     /** Sets the size to `count` and every element to `value`. */
     void Fill(size_t count, Element value) {
         Resize(count);
-        FillRange(0, value);
+        std::fill_n(data, count, value);
     }
 
-    /** Extends the zone to `count` elements, the new ones of one value; a longer one stays as is. */
+    /** Extends the zone to `count` elements, the new ones of one value; a longer one stays as is.
+     */
     void FillUpTo(size_t count, Element value) {
         if (count > size) {
             const size_t first = size;
             Resize(count);
-            FillRange(first, value);
+            std::fill_n(data + first, count - first, value);
         }
     }
 
@@ -227,18 +230,14 @@ public:
         std::memcpy(data + position, elements, length * sizeof(Element));
     }
 
-    void Insert(size_t position, const CTZone& other) {
-        Insert(position, other.data, other.size);
-    }
+    void Insert(size_t position, const CTZone& other) { Insert(position, other.data, other.size); }
 
     void Insert(size_t position, size_t count, Element value) {
         if (position > size || count == 0) {
             return;
         }
         OpenGap(position, count);
-        for (size_t i = 0; i < count; ++i) {
-            data[position + i] = value;
-        }
+        std::fill_n(data + position, count, value);
     }
 
     /** Removes up to `count` elements from `position` on. */
@@ -296,12 +295,6 @@ private:
         const size_t tail = size - position;
         Resize(CheckedSum(size, length));
         std::memmove(data + position + length, data + position, tail * sizeof(Element));
-    }
-
-    void FillRange(size_t first, Element value) {
-        for (size_t i = first; i < size; ++i) {
-            data[i] = value;
-        }
     }
 
     Element* data = nullptr;

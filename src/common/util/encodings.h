@@ -5,7 +5,8 @@
  *
  *     char32_t Read(const Unit* units, size_t length, size_t& index)
  *
- * that decodes at `index`, moves it behind the sequence and gives kEndOfText at the end, and a writer
+ * that decodes at `index`, moves it behind the sequence and gives kEndOfText at the end, and a
+ * writer
  *
  *     size_t Write(char32_t codePoint, Unit* units)
  *
@@ -23,6 +24,15 @@ constexpr char32_t kEndOfText = 0xFFFFFFFF;
 constexpr char32_t kMalformed = 0xFFFE;
 
 constexpr size_t kLongestSequence = 4;
+
+/** The length of a wide C string, which ends at zero or at a unit of all ones. */
+inline size_t WideLength(const wchar_t* text) {
+    size_t length = 0;
+    while (text[length] != 0 && static_cast<char32_t>(text[length]) != kEndOfText) {
+        ++length;
+    }
+    return length;
+}
 
 /** One byte a character, ISO 8859-1. What has no place in it becomes "?". */
 struct CISOEncoding {
@@ -42,8 +52,8 @@ struct CISOEncoding {
  * Sequences of one to four bytes (RFC 3629), read without a range check: overlong forms and values
  * above U+10FFFF come through.
  *
- * A lead byte takes its continuation bytes with it whether they are good or not; a sequence that the
- * end cuts off is the end.
+ * A lead byte takes its continuation bytes with it whether they are good or not; a sequence that
+ * the end cuts off is the end.
  */
 struct CUTF8Encoding {
     using Unit = char;

@@ -19,7 +19,8 @@ public:
 
     void AddReference() noexcept { ++count; }
 
-    /** Takes one reference off; true when it was the last, and the caller must delete the record. */
+    /** Takes one reference off; true when it was the last, and the caller must delete the record.
+     */
     bool DropReference() noexcept { return --count == 0; }
 
     bool IsShared() const noexcept { return count > 1; }

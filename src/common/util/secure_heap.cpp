@@ -71,3 +71,8 @@ void CSecureHeap::Release(void* block) noexcept {
     explicit_bzero(block, total - kHeaderBytes);
     std::free(header);
 }
+
+uint64_t CSecureHeap::GetStatistics() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return statistics;
+}

@@ -26,6 +26,9 @@ public:
     /** Wipes and frees a block that Allocate gave. Null is ignored. */
     void Release(void* block) noexcept;
 
+    /** What releases have taken off, headers included: counted down from zero, modulo 2^64. */
+    uint64_t GetStatistics();
+
 private:
     CSecureHeap();
 

@@ -3,6 +3,9 @@
  */
 #pragma once
 
+#include "util/ct_zone.h"
+#include "util/growth.h"
+
 #include <endian.h>
 
 #include <cstddef>
@@ -10,9 +13,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-
-#include "util/ct_zone.h"
-#include "util/growth.h"
 
 /** Copies one to two words in two steps that may overlap. */
 template <class Word>
@@ -97,8 +97,8 @@ struct CTStringBuffer {
             buffer->data = static_cast<Unit*>(
                 CTZoneStorage<true>::Regrow(buffer->data, buffer->size * sizeof(Unit), bytes));
         } else {
-            buffer = static_cast<CTStringBuffer*>(CTZoneStorage<false>::Regrow(
-                buffer, 0, CheckedSum(bytes, sizeof(CTStringBuffer))));
+            buffer = static_cast<CTStringBuffer*>(
+                CTZoneStorage<false>::Regrow(buffer, 0, CheckedSum(bytes, sizeof(CTStringBuffer))));
             buffer->data = reinterpret_cast<Unit*>(buffer + 1);
         }
         buffer->capacity = capacity;

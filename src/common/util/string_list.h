@@ -3,14 +3,14 @@
  */
 #pragma once
 
+#include "util/ct_string.h"
+#include "util/ct_zone.h"
+#include "util/growth.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <new>
 #include <utility>
-
-#include "util/ct_string.h"
-#include "util/ct_zone.h"
-#include "util/growth.h"
 
 /**
  * Strings in order, owned. Grows by the rule of growth.h; indices from GetCount() on are out of
@@ -20,7 +20,7 @@ template <class String>
 class CTStringList {
 public:
     CTStringList() noexcept = default;
-    CTStringList(const CTStringList& other) {
+    CTStringList(const CTStringList& other) : CTStringList() {
         for (const String& item : other) {
             Append(item);
         }

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Runs the tests with line counters and prints the coverage of src/common, file by file; needs gcovr.
+# Runs the tests with line counters and prints the coverage of src/common, file by file.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+scripts/install_packages.sh gcovr
 cmake --preset coverage
 cmake --build --preset coverage
 find build/coverage -name '*.gcda' -delete

@@ -8,6 +8,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 shift || true
 
+scripts/install_packages.sh clang libclang-rt-14-dev
 cmake --preset fuzz
 cmake --build --preset fuzz
 subjects=("$@")

@@ -1,8 +1,10 @@
 /**
- * Scenarios that need a process of their own: platform_child <scenario> [argument].
+ * Scenarios that need a process of their own: platform_child <scenario> [arguments].
  */
+#include "system/catalog.h"
 #include "system/config_files.h"
 #include "system/critical_section.h"
+#include "system/event_log.h"
 #include "system/file_chooser.h"
 #include "system/host.h"
 #include "system/mutex.h"
@@ -16,136 +18,151 @@
 #include <pthread.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <unistd.h>
 
+#include <cstdarg>
 #include <cstdio>
-#include <cstring>
-#include <functional>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
-// The call of the C library that fails in this process, and the errno value that it leaves.
-static const char* failingCall = "";
-constexpr int kLeftError = EMFILE;
+// The call of the C library that fails in this process, with EMFILE in errno.
+static std::string failingCall;
 
-static int destroyedAttributes = 0;
-
-template <class Function, class Result, class... Arguments>
-static Result CallReal(Function*, const char* name, Result failure, Arguments... arguments) {
-    if (strcmp(name, failingCall) == 0) {
-        errno = kLeftError;
-        return failure;
+#define MAY_FAIL(Result, name, failure, parameters, arguments)                            \
+    Result name parameters {                                                              \
+        if (failingCall == #name) {                                                       \
+            errno = EMFILE;                                                               \
+            return failure;                                                               \
+        }                                                                                 \
+        return reinterpret_cast<Result(*) parameters>(dlsym(RTLD_NEXT, #name)) arguments; \
     }
-    return reinterpret_cast<Result (*)(Arguments...)>(dlsym(RTLD_NEXT, name))(arguments...);
-}
 
-#define FAIL_OR_CALL(name, failure, ...) CallReal(&(name), #name, failure, __VA_ARGS__)
+// The labels keep these apart from the C library's headers, which may define the same names inline.
+#define PRINT_REPORTS(label, name, ...)                                          \
+    void name(int priority, __VA_ARGS__ const char* format, ...) __asm__(label); \
+    void name(int priority, __VA_ARGS__ const char* format, ...) {               \
+        printf("%d ", priority);                                                 \
+        va_list args;                                                            \
+        va_start(args, format);                                                  \
+        vprintf(format, args);                                                   \
+        va_end(args);                                                            \
+        puts("");                                                                \
+    }
 
 extern "C" {
 
-FILE* popen(const char* command, const char* mode) {
-    return FAIL_OR_CALL(popen, static_cast<FILE*>(nullptr), command, mode);
+MAY_FAIL(FILE*, popen, nullptr, (const char* command, const char* mode), (command, mode))
+MAY_FAIL(int, pthread_create, EAGAIN,
+         (pthread_t * thread, const pthread_attr_t* kind, void* (*routine)(void*), void* argument),
+         (thread, kind, routine, argument))
+MAY_FAIL(int, pthread_mutexattr_init, ENOMEM, (pthread_mutexattr_t * attributes), (attributes))
+MAY_FAIL(int, pthread_mutexattr_settype, EINVAL, (pthread_mutexattr_t * attributes, int kind),
+         (attributes, kind))
+
+PRINT_REPORTS("syslog", PrintSyslog)
+PRINT_REPORTS("__syslog_chk", PrintCheckedSyslog, int /*flag*/, )
+void openlog(const char* ident, int option, int facility) {
+    printf("open %s %d %d\n", ident, option, facility);
 }
-int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*routine)(void*),
-                   void* argument) noexcept {
-    return FAIL_OR_CALL(pthread_create, EAGAIN, thread, attributes, routine, argument);
-}
-int pthread_mutexattr_init(pthread_mutexattr_t* attributes) noexcept {
-    return FAIL_OR_CALL(pthread_mutexattr_init, ENOMEM, attributes);
-}
-int pthread_mutexattr_settype(pthread_mutexattr_t* attributes, int kind) noexcept {
-    return FAIL_OR_CALL(pthread_mutexattr_settype, EINVAL, attributes, kind);
-}
-int pthread_mutexattr_destroy(pthread_mutexattr_t* attributes) noexcept {
-    ++destroyedAttributes;
-    return FAIL_OR_CALL(pthread_mutexattr_destroy, EINVAL, attributes);
-}
+void closelog() { puts("closed"); }
 }
 
 namespace {
 
-void PrintSettings(const char*) {
-    const auto text = [](const char* value) { return value != nullptr ? value : "null"; };
-    printf("%d%d %d%d ", GetLoginPersistentCSP(), IsLoginPersistentCSP(), GetLoginPersistent(),
-           IsLoginPersistent());
-    printf("%d %u %d ", GetLoginTimeout(), GetLoginTimeoutMs(), IsLoginTimeoutSet());
-    printf("%d%d%d%d ", IsSerialNumberAsGuid(), IsPinSessionCacheEnabled(), IsPolicyEnforceTslQc(),
-           IsTslConfigMissing());
-    printf("%d %s %s\n", IsTraceEnabled(), text(GetTsaUrl()), GetTraceDirectory().GetText());
-}
+using CArguments = std::vector<std::string>;
 
-/** Kept settings do not follow the file; the address of the authority is looked for until found. */
-void PrintKeptSettings(const char* path) {
-    const auto write = [path](const char* text) {
-        const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(path, "w"), &fclose);
-        fputs(text, file.get());
-    };
-    write("X = 1\n");
-    printf("%d %s ", GetLoginTimeout(), GetTsaUrl() == nullptr ? "null" : "set");
-    write("SecuritySuite {\nLoginTimeout = 7\n}\n");
-    const std::unique_ptr<CConfig> fresh(ReloadSystemConfig(2));
-    printf("%d %d ", GetLoginTimeout(),
-           fresh->GetSection("SecuritySuite")->GetInt("LoginTimeout", 0));
-    CConfig* const kept = GetSystemConfig(2);
-    printf("%d %d ", kept == GetSystemConfig(2), kept == GetSystemConfig(3));
-    kept->GetSection("SecuritySuite")->SetString("TSAURL", "http://a/\xC3\xA9\xC4\x80");
-    printf("%s ", GetTsaUrl());
-    kept->GetSection("SecuritySuite")->SetString("TSAURL", "http://b/");
-    printf("%s\n", GetTsaUrl());
-}
-
-/** A missing section is there once a setting has been asked for. */
-void SaveAfterReading(const char*) {
-    GetLoginTimeout();
-    printf("%d\n", GetSystemConfig(2)->Save());
-}
-
+/** Prints the words of what an action throws, and the code if there is one. */
 template <class Action>
-void PrintThreadError(const char* call, Action action) {
+void Try(const char* call, Action action) {
     failingCall = call;
     try {
         action();
-        puts("nothing thrown");
-    } catch (const EThreadError& error) {
-        failingCall = "";
+    } catch (const CException& error) {
         printf("%s %lu\n", RenderMessage(error.GetMessage()).GetText(), error.GetErrorCode());
+    } catch (const std::out_of_range&) {
+        puts("out of range");
+    } catch (const std::exception& error) {
+        puts(error.what());
     }
-    failingCall = "";
 }
 
-class CIdleThread : public CThread {
-public:
-    int32_t Run() override { return 0; }
-};
-
-void FailThreadCalls(const char*) {
-    CIdleThread thread;
-    PrintThreadError("pthread_create", [&thread] { thread.Start(); });
-    printf("%d\n", thread.Wait());
-    PrintThreadError("pthread_mutexattr_init", [] { const CCriticalSection section; });
-    const int before = destroyedAttributes;
-    PrintThreadError("pthread_mutexattr_settype", [] { const CCriticalSection section; });
-    printf("%d\n", destroyedAttributes - before);
+/** The address of the authority is looked for until it is found, and then kept. */
+void PrintSettings(const CArguments&) {
+    printf("%d%d %d%d %d %u %d ", GetLoginPersistentCSP(), IsLoginPersistentCSP(),
+           GetLoginPersistent(), IsLoginPersistent(), GetLoginTimeout(), GetLoginTimeoutMs(),
+           IsLoginTimeoutSet());
+    const bool policy = IsPolicyEnforceTslQc();
+    printf("%d%d%d %s %d %d %s ", IsSerialNumberAsGuid(), IsPinSessionCacheEnabled(), policy,
+           GetVerificationPolicyName(policy), IsTslConfigMissing(), IsTraceEnabled(),
+           GetTraceDirectory().GetText());
+    printf("%s", GetTsaUrl() != nullptr ? GetTsaUrl() : "null");
+    for (const char* const url : {"http://a/\xC3\xA9\xC4\x80", "http://b/"}) {
+        GetSystemConfig(2)->GetSection("SecuritySuite")->SetString("TSAURL", url);
+        printf(" %s", GetTsaUrl());
+    }
+    puts("");
 }
 
-void FailCommands(const char*) {
+void PrintPaths(const CArguments& values) {
+    for (const auto& [name, at] : {std::pair("HOME", 0), std::pair("QORVS_CONFFILE", 1)}) {
+        values[at] == "none" ? unsetenv(name) : setenv(name, values[at].c_str(), 1);
+    }
+    for (const int which : {0, 1, 2, 3}) {
+        const std::unique_ptr<CConfig> config(GetConfig(which >= 2, true, 2, which % 2 != 0));
+        printf("%s|", config->GetPath().GetText());
+    }
+}
+
+void PrintChoice(const CArguments&) {
+    const CStringList files = SelectFiles();
+    for (const CUTF8String& file : files) {
+        printf("%s,", file.GetText());
+    }
+    printf("%s", SelectFolder().GetText());
+}
+
+void RunCommand(const CArguments& command) {
+    printf("%s|", ReadCommand(command[0].c_str()).GetText());
+    Try("", [&command] { printf("%s", ReadCommandTrimmed(command[0].c_str()).c_str()); });
+}
+
+void FailCommands(const CArguments&) {
     TraceString0("the log is open");
-    failingCall = "popen";
-    try {
-        ReadCommand("true");
-    } catch (const std::runtime_error& error) {
-        printf("%s\n", error.what());
-    }
-    try {
-        SelectFolder();
-    } catch (const CCkException& error) {
-        printf("%lu %s\n", error.GetErrorCode(), RenderMessage(error.GetMessage()).GetText());
-    }
+    Try("popen", [] { ReadCommand("true"); });
+    Try("popen", [] { SelectFolder(); });
     printf("'%s'", ReadCommandTrimmed("%s %n").c_str());
 }
 
-void UseBadSemaphores(const char* path) {
+class CIdleThread : public CThread {
+    int32_t Run() override { return 0; }
+};
+
+void FailThreadCalls(const CArguments&) {
+    CIdleThread thread;
+    Try("pthread_create", [&thread] { thread.Start(); });
+    printf("%d\n", thread.Wait());
+    Try("pthread_mutexattr_init", [] { const CCriticalSection section; });
+    Try("pthread_mutexattr_settype", [] { const CCriticalSection section; });
+}
+
+void Report(const CArguments& parts) {
+    const auto orNone = [](const char* name) { return name != nullptr ? name : "none"; };
+    CEventMessage message(static_cast<uint32_t>(std::stoul(parts[0], nullptr, 16)),
+                          static_cast<int16_t>(std::stoi(parts[1])));
+    for (size_t i = 2; i < parts.size(); ++i) {
+        message.args << CUTF8String(parts[i].c_str());
+    }
+    GetEventLog().Report(message);
+    printf("%s %s\n", orNone(GetSeverityName(message.id >> 30)),
+           orNone(GetFacilityName(message.id >> 16 & 0xFFF)));
+}
+
+void UseBadSemaphores(const CArguments& paths) {
+    const char* const path = paths[0].c_str();
     CMutex missing(1, "/nonexistent/server");
     missing.Lock();
     missing.Unlock();
@@ -164,23 +181,31 @@ void UseBadSemaphores(const char* path) {
     printf("%d ", held.IsLocked());
 
     const int unstamped = semget(ftok(path, 3), 1, IPC_CREAT | 0600);
-    CMutex late(3, path);
-    printf("%d\n", late.IsLocked());
+    printf("%d\n", CMutex(3, path).IsLocked());
     semctl(unstamped, 0, IPC_RMID);
+}
+
+void HoldSemaphore(const CArguments& paths) {
+    CMutex(0x48, paths[0].c_str()).Lock();
+    puts("held");
+    fflush(stdout);
+    pause();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::map<std::string, void (*)(const char*)> scenarios = {
+    const std::map<std::string, void (*)(const CArguments&)> scenarios = {
         {"settings", &PrintSettings},
-        {"kept", &PrintKeptSettings},
-        {"save", &SaveAfterReading},
-        {"threads", &FailThreadCalls},
+        {"paths", &PrintPaths},
+        {"choose", &PrintChoice},
+        {"run", &RunCommand},
         {"commands", &FailCommands},
+        {"threads", &FailThreadCalls},
+        {"report", &Report},
         {"semaphores", &UseBadSemaphores},
-        {"path", [](const char*) { fputs(GetExecutablePath().GetText(), stdout); }},
+        {"hold", &HoldSemaphore},
+        {"path", [](const CArguments&) { fputs(GetExecutablePath().GetText(), stdout); }},
     };
-    scenarios.at(argv[1])(argc > 2 ? argv[2] : "");
-    return 0;
+    scenarios.at(argv[1])({argv + 2, argv + argc});
 }

@@ -337,13 +337,21 @@ TEST(Log, CancelledThreadLeavesItUsable) {
 
 TEST(Log, ForkAmongTracingThreadsDoesNotHang) {
     CLogHome home;
-    home.Run("trace_threads_child", {"forks"});
+    home.Run("trace_threads_child", {"forks", "200", "8"});
     size_t fromChildren = 0;
     for (const std::string& line : home.Body()) {
         fromChildren += line.find(" forked ") != std::string::npos ? 1 : 0;
         EXPECT_TRUE(line.empty() || line.find_first_of("0123456789") == 0) << line;
     }
     EXPECT_EQ(fromChildren, 200U);
+}
+
+TEST(Log, ForkWhileTheLogIsOpenedDoesNotHang) {
+    for (int i = 0; i < 5; ++i) {
+        CLogHome home;
+        home.Run("trace_threads_child", {"forks", "20", "0"});
+        EXPECT_GE(home.Files().size(), 1U);
+    }
 }
 
 TEST(Log, LoadedModuleLogsAndCloses) {

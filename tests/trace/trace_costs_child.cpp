@@ -113,6 +113,7 @@ int main() {
     }
     token.flags = CKF_TOKEN_INITIALIZED | CKF_RNG | 0x40000000;
     for (int i = 0; i < 2; ++i) {
+        TraceTokenInfo(&token);
         Template();
         String();
     }

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -21,11 +22,16 @@
 
 namespace {
 
-/** Lines of one thread; every hundredth is a structure, whose three parts hold the same numbers. */
+std::atomic<bool> stopped{false};
+std::atomic<int> started{0};
+std::atomic<int> tracing{0};
+
+/** Lines of one thread, until it is stopped; every hundredth is a structure, whose three parts hold
+ * the same numbers. */
 void TraceNumbered(int thread, int count) {
     char text[64];
     CK_ATTRIBUTE parts[3] = {};
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count && !stopped; ++i) {
         if (i % 100 != 99) {
             TraceString("thread %d line %d%s", thread, i, "");
             continue;
@@ -44,11 +50,11 @@ void Storm(char** arguments) {
     const int threadCount = atoi(arguments[0]);
     const int lineCount = atoi(arguments[1]);
     std::promise<void> start;
-    const std::shared_future<void> started = start.get_future().share();
+    const std::shared_future<void> begin = start.get_future().share();
     std::vector<std::thread> threads;
     for (int i = 0; i < threadCount; ++i) {
         threads.emplace_back([=] {
-            started.wait();
+            begin.wait();
             TraceNumbered(i, lineCount);
         });
     }
@@ -63,35 +69,38 @@ void Storm(char** arguments) {
     }
 }
 
-/** Threads that trace until the process ends or `stopped`. */
-std::atomic<bool> stopped{false};
-std::atomic<int> tracing{0};
-
+/** Threads that trace until they are stopped or the process ends. */
 std::vector<std::thread> StartTracing(int count) {
     std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([i] {
-            for (int line = 0; !stopped; ++line) {
-                TraceString("thread %d line %d", i, line);
-                tracing += line == 0 ? 1 : 0;
-            }
+            ++started;
+            TraceNumbered(i, 1);
+            ++tracing;
+            TraceNumbered(i, INT_MAX);
         });
     }
-    while (tracing < count) {
+    return threads;
+}
+
+void WaitUntilTracing(int count) {
+    while (started < 1 || tracing < count) {
         std::this_thread::yield();
     }
-    return threads;
 }
 
 void Exit(char** /*unused*/) {
     for (std::thread& thread : StartTracing(8)) {
         thread.detach();
     }
+    WaitUntilTracing(8);
 }
 
-void Forks(char** /*unused*/) {
+/** Forks so many times, when so many threads have traced; with 0, while they open the log. */
+void Forks(char** arguments) {
     std::vector<std::thread> threads = StartTracing(8);
-    for (int i = 0; i < 200; ++i) {
+    WaitUntilTracing(atoi(arguments[1]));
+    for (int i = atoi(arguments[0]); i > 0; --i) {
         const pid_t child = fork();
         if (child == 0) {
             alarm(20);

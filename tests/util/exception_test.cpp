@@ -1,5 +1,7 @@
 #include "util/exception.h"
 
+#include "support/raised.h"
+#include "support/string_print.h"
 #include "trace/ck_error_text.h"
 #include "util/raise.h"
 
@@ -8,62 +10,53 @@
 #include <cerrno>
 #include <climits>
 #include <exception>
+#include <initializer_list>
+#include <sstream>
 #include <string>
 #include <type_traits>
 
-static std::string ToStd(const CUTF8String& text) { return {text.GetText(), text.GetLength()}; }
-
 static_assert(!std::is_base_of_v<std::exception, CException>, "hosts catch std::exception apart");
 
-static CEventMessage MessageOf(uint32_t id, std::initializer_list<const char*> arguments) {
+static std::string Render(uint32_t id, std::initializer_list<const char*> arguments) {
     CEventMessage message(id, 3);
     for (const char* const argument : arguments) {
         message.args << argument;
     }
-    return message;
+    return ToStd(RenderMessage(message));
+}
+
+/** Code, message, category and words in one line. */
+static std::string Describe(const CException& exception) {
+    const CEventMessage& message = exception.GetMessage();
+    EXPECT_EQ(exception.HasMessage(), message.id != 0);
+    std::ostringstream text;
+    text << std::hex << exception.GetErrorCode() << ' ' << message.id << ' ' << message.category;
+    return text.str() + " " + WordsOf(exception);
 }
 
 TEST(Exception, ConstructorsGiveCodeAndMessage) {
-    const CEventMessage message = MessageOf(0x41030001, {"cache"});
-    const std::string started = "The service \"cache\" successfully started.";
-    static const struct {
-        const char* name;
-        CException exception;
-        unsigned long code;
-        uint32_t id;
-        int16_t category;
-        std::string text;
-    } kRows[] = {
-        {"nothing", CException(), 6, 0, 0, ""},
-        {"message", CException(message), 6, 0x41030001, 3, started},
-        {"code and message", CException(0x30, message), 0x30, 0x41030001, 3, started},
-        {"text", CException("100% %1"), 6, 0xC1010001, 1, "100% %1"},
-        {"code and text", CException(7, "bad"), 7, 0xC1010001, 1, "bad"},
-        {"code", CException(0x150), 0x150, 0xC1010001, 1, ToStd(GetCkErrorText(0x150))},
-        {"Cryptoki", CCkException(0x150), 0x150, 0xC1010001, 1, ToStd(GetCkErrorText(0x150))},
-        {"Cryptoki text", CCkException(7, "bad"), 7, 0xC1010001, 1, "bad"},
-    };
-    for (const auto& row : kRows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(row.exception.GetErrorCode(), row.code);
-        EXPECT_EQ(row.exception.HasMessage(), row.id != 0);
-        EXPECT_EQ(row.exception.GetMessage().id, row.id);
-        EXPECT_EQ(row.exception.GetMessage().category, row.category);
-        EXPECT_EQ(ToStd(RenderMessage(row.exception.GetMessage())), row.text);
-    }
+    const CEventMessage message = MakeErrnoMessage(EACCES, 3);
+    const std::string denied = "c1010001 3 Permission denied. (13)";
+    const std::string text150 = ToStd(GetCkErrorText(0x150));
+    EXPECT_EQ(Describe(CException()), "6 0 0 ");
+    EXPECT_EQ(Describe(CException(message)), "6 " + denied);
+    EXPECT_EQ(Describe(CException(0x30, message)), "30 " + denied);
+    EXPECT_EQ(Describe(CException("100% %1")), "6 c1010001 1 100% %1");
+    EXPECT_EQ(Describe(CException(7, "bad")), "7 c1010001 1 bad");
+    EXPECT_EQ(Describe(CException(0x150)), "150 c1010001 1 " + text150);
+    EXPECT_EQ(Describe(CCkException(0x150)), "150 c1010001 1 " + text150);
+    EXPECT_EQ(Describe(CCkException(7, "bad")), "7 c1010001 1 bad");
 }
 
 TEST(Exception, CopiesShareTheMessage) {
     CException assigned(1, "old");
     {
         const CCkException original(9, "kept");
-        CException copy(original);
-        assigned = copy;
+        assigned = CException(original);
         assigned = static_cast<const CException&>(assigned);
-        EXPECT_EQ(&copy.GetMessage(), &original.GetMessage());
+        EXPECT_EQ(&assigned.GetMessage(), &original.GetMessage());
     }
-    EXPECT_EQ(assigned.GetErrorCode(), 9u);
-    EXPECT_EQ(ToStd(RenderMessage(assigned.GetMessage())), "kept");
+    EXPECT_EQ(Describe(assigned), "9 c1010001 1 kept");
     assigned = CException();
     EXPECT_FALSE(assigned.HasMessage());
 }
@@ -79,26 +72,13 @@ static void PassOn() {
 TEST(Exception, RethrowKeepsTheType) { EXPECT_THROW(PassOn(), CCkException); }
 
 TEST(EventMessage, RendersThroughTheCatalog) {
-    static const struct {
-        uint32_t id;
-        std::initializer_list<const char*> arguments;
-        const char* expected;
-    } kRows[] = {
-        {0xC1010001, {}, ""},
-        {0xC1010001, {"%2", "x"}, "%2"},
-        {0xC1010002, {}, "The call to <%1> failed for the following reason: %2"},
-        {0xC1010002, {"open"}, "The call to <open> failed for the following reason: "},
-        {0xC1010002, {"open", "%1"}, "The call to <open> failed for the following reason: %1"},
-        {0xC1020002, {"unused"}, "The input/output operation has timed out."},
-        {0xC1030007, {"x"}, ""},
-        {0, {}, ""},
-    };
-    for (const auto& row : kRows) {
-        EXPECT_EQ(ToStd(RenderMessage(MessageOf(row.id, row.arguments))), row.expected);
-    }
-}
-
-TEST(EventMessage, RendersOnOneLine) {
+    const std::string call = "The call to ";
+    EXPECT_EQ(Render(0xC1010001, {}), "");
+    EXPECT_EQ(Render(0xC1010001, {"%2", "x"}), "%2");
+    EXPECT_EQ(Render(0xC1010002, {}), call + "<%1> failed for the following reason: %2");
+    EXPECT_EQ(Render(0xC1010002, {"open"}), call + "<open> failed for the following reason: ");
+    EXPECT_EQ(Render(0xC1020002, {"unused"}), "The input/output operation has timed out.");
+    EXPECT_EQ(Render(0xC1030007, {"x"}), "");
     const CEventMessage message = MakeTextMessage("a\r\nb\n\u00fc\u20ac");
     EXPECT_STREQ(RenderMessageOneLine(message).GetText(), "a  b \xFC?");
     EXPECT_STREQ(message.args[0].GetText().GetText(), "a\r\nb\n\u00fc\u20ac");
@@ -106,13 +86,10 @@ TEST(EventMessage, RendersOnOneLine) {
 }
 
 TEST(EventMessage, OfErrno) {
-    EXPECT_EQ(ToStd(GetErrnoText(EACCES)), "Permission denied. (13)");
-    EXPECT_EQ(ToStd(GetErrnoText(0)), "Success. (0)");
-    EXPECT_EQ(ToStd(GetErrnoText(-5)), "Unknown error -5. (-5)");
-    EXPECT_EQ(ToStd(GetErrnoText(INT_MIN)), "Unknown error -2147483648. (-2147483648)");
-    EXPECT_EQ(ToStd(RenderMessage(MakeErrnoMessage(EACCES, 2))), "Permission denied. (13)");
+    EXPECT_EQ(GetErrnoText(0), "Success. (0)");
+    EXPECT_EQ(GetErrnoText(INT_MIN), "Unknown error -2147483648. (-2147483648)");
     const CEventMessage message = MakeErrnoMessage("semget", EACCES, 2);
     EXPECT_EQ(message.category, 2);
-    EXPECT_EQ(ToStd(RenderMessage(message)),
+    EXPECT_EQ(RenderMessage(message),
               "The call to <semget> failed for the following reason: Permission denied. (13)");
 }

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <functional>
 #include <new>
 #include <string>
@@ -39,17 +38,10 @@ namespace {
 constexpr size_t kHeader = 16;
 constexpr uint64_t kInUse = 0x80000000;
 
-const unsigned char* HeaderOf(const void* data) {
-    return static_cast<const unsigned char*>(data) - kHeader;
-}
+const void* HeaderOf(const void* data) { return static_cast<const char*>(data) - kHeader; }
 
-uint64_t MarkOf(const void* data) {
-    uint64_t mark = 0;
-    std::memcpy(&mark, HeaderOf(data), sizeof(mark));
-    return mark;
-}
-
-using CSecureString = CTString<CUTF8Encoding, true>;
+const void* DataOf(const CSecureByteZone& zone) { return zone.GetData(); }
+const void* DataOf(const CTString<CUTF8Encoding, true>& text) { return text.GetBuffer(); }
 
 const char kSecret[] = "a secret that is longer than any header";
 
@@ -61,7 +53,7 @@ TEST(SecureHeap, MarksBlocksAndCountsReleasesOnly) {
         const uint64_t before = heap.GetStatistics();
         void* const block = heap.Allocate(bytes);
         const uint64_t total = std::max<uint64_t>(bytes + kHeader, 24);
-        EXPECT_EQ(MarkOf(block), total + kInUse);
+        EXPECT_EQ(*static_cast<const uint64_t*>(HeaderOf(block)), total + kInUse);
         EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % alignof(max_align_t), 0u);
         EXPECT_EQ(heap.GetStatistics(), before);
         heap.Release(block);
@@ -77,34 +69,28 @@ TEST(SecureHeap, RefusesWhatItsMarkCannotHold) {
     }
 }
 
+template <class Holder>
+static void ExpectWiped(const std::function<void(Holder&)>& release) {
+    constexpr size_t kLength = sizeof(kSecret) - 1;
+    Holder holder(kSecret);
+    freedBytes.clear();
+    watchedBlock = HeaderOf(DataOf(holder));
+    release(holder);
+    ASSERT_GE(freedBytes.size(), kHeader + kLength);
+    EXPECT_EQ(freedBytes.substr(kHeader, kLength), std::string(kLength, '\0'));
+}
+
 TEST(SecureHeap, WipesBeforeTheBlockGoesBack) {
     SKIP_WITH_SANITIZER();
-    const struct {
-        const char* name;
-        std::function<void(CSecureByteZone&, CSecureString&)> release;
-        bool isString;
-    } rows[] = {
-        {"clear", [](auto& zone, auto&) { zone.Clear(); }, false},
-        {"growth", [](auto& zone, auto&) { zone.Append(1); }, false},
-        {"assignment", [](auto& zone, auto&) { zone = CSecureByteZone(); }, false},
-        {"empty assignment", [](auto& zone, auto&) { zone.Assign(nullptr, 0); }, false},
-        {"destructor", [](auto& zone, auto&) { CSecureByteZone(std::move(zone)); }, false},
-        {"string truncated", [](auto&, auto& text) { text.Truncate(0); }, true},
-        {"string growth", [](auto&, auto& text) { text.Append("more"); }, true},
-        {"string assigned", [](auto&, auto& text) { text = "other"; }, true},
-        {"string destructor", [](auto&, auto& text) { CSecureString(std::move(text)); }, true},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        CSecureByteZone zone(kSecret);
-        CSecureString text(kSecret);
-        const void* const data = row.isString ? static_cast<const void*>(text.GetBuffer())
-                                              : static_cast<const void*>(zone.GetData());
-        freedBytes.clear();
-        watchedBlock = HeaderOf(data);
-        row.release(zone, text);
-        ASSERT_GE(freedBytes.size(), kHeader + sizeof(kSecret) - 1);
-        EXPECT_EQ(freedBytes.substr(kHeader, sizeof(kSecret) - 1),
-                  std::string(sizeof(kSecret) - 1, '\0'));
-    }
+    using CZone = CSecureByteZone;
+    ExpectWiped<CZone>([](CZone& zone) { zone.Clear(); });
+    ExpectWiped<CZone>([](CZone& zone) { zone.Append(1); });
+    ExpectWiped<CZone>([](CZone& zone) { zone = CZone(); });
+    ExpectWiped<CZone>([](CZone& zone) { zone.Assign(nullptr, 0); });
+    ExpectWiped<CZone>([](CZone& zone) { CZone(std::move(zone)); });
+    using CText = CTString<CUTF8Encoding, true>;
+    ExpectWiped<CText>([](CText& text) { text.Truncate(0); });
+    ExpectWiped<CText>([](CText& text) { text.Append("more"); });
+    ExpectWiped<CText>([](CText& text) { text = "other"; });
+    ExpectWiped<CText>([](CText& text) { CText(std::move(text)); });
 }

@@ -3,6 +3,8 @@
 #include "system/thread_error.h"
 #include "util/raise.h"
 
+#include <time.h>
+
 CCriticalSection::CCriticalSection() {
     pthread_mutexattr_t attributes;
     if (pthread_mutexattr_init(&attributes) != 0) {
@@ -20,6 +22,13 @@ CCriticalSection::CCriticalSection() {
     if (failed != nullptr) {
         RAISE(EThreadError(failed, error));
     }
+}
+
+bool CCriticalSection::TryLockFor(unsigned seconds) noexcept {
+    timespec deadline{};
+    clock_gettime(CLOCK_REALTIME, &deadline);
+    deadline.tv_sec += seconds;
+    return pthread_mutex_timedlock(&mutex, &deadline) == 0;
 }
 
 bool CCriticalSection::IsLocked() noexcept {

@@ -26,6 +26,9 @@ public:
     /** Takes the lock when no other thread has it; true when it was taken. */
     bool TryLock() noexcept { return pthread_mutex_trylock(&mutex) == 0; }
 
+    /** Waits for the lock, at most about so long; true when it was taken. */
+    bool TryLockFor(unsigned seconds) noexcept;
+
     /**
      * Whether another thread holds the lock.
      *

@@ -23,10 +23,10 @@ void WriteAll(int file, const char* bytes, size_t length) noexcept {
     while (length > 0) {
         // Not write, which is a cancellation point: a thread must not leave with the log's lock.
         const long written = syscall(SYS_write, file, bytes, length);
-        if (written >= 0) {
+        if (written > 0) {
             bytes += written;
             length -= static_cast<size_t>(written);
-        } else if (errno != EINTR) {
+        } else if (written == 0 || errno != EINTR) {
             return;
         }
     }
@@ -68,7 +68,6 @@ void CLineWriter::AppendHexNumber(uint64_t number, int digits) noexcept {
 void CLineWriter::AppendHex(const unsigned char* bytes, size_t length) noexcept {
     char* room = length <= PTRDIFF_MAX / 2 ? Extend(2 * length) : nullptr;
     if (room == nullptr) {
-        lost = true;
         return;
     }
     for (size_t i = 0; i < length; ++i) {

@@ -59,6 +59,10 @@ public:
     /** Forgets what was gathered. */
     void Discard() noexcept;
 
+    /** Lets nothing of the present line come out: there was no memory for a part of it. */
+    void Lose() noexcept { lost = true; }
+    bool IsLost() const noexcept { return lost; }
+
 private:
     bool Grow(size_t length) noexcept;
 

@@ -1,8 +1,7 @@
 #include "trace/log_lock.h"
 
 #include "system/thread.h"
-
-#include <time.h>
+#include "trace/trace_thread.h"
 
 #include <new>
 
@@ -18,16 +17,11 @@ void CLogLock::Lock() noexcept {
 }
 
 bool CLogLock::TryLock() noexcept {
-    constexpr int kTries = 1000;
-    constexpr timespec kPause{0, 1000 * 1000};
-    for (int i = 0; i < kTries; ++i) {
-        if (section.TryLock()) {
-            Own();
-            return true;
-        }
-        nanosleep(&kPause, nullptr);
+    if (!section.TryLockFor(1)) {
+        return false;
     }
-    return false;
+    Own();
+    return true;
 }
 
 void CLogLock::Unlock() noexcept {
@@ -37,14 +31,25 @@ void CLogLock::Unlock() noexcept {
     section.Unlock();
 }
 
-bool CLogLock::ResetInChild() noexcept {
-    const uint32_t holder = owner.load(std::memory_order_relaxed);
-    if (holder == static_cast<uint32_t>(GetCurrentThreadId())) {
-        return false;
+void CLogLock::PrepareFork() noexcept { traceThread.forking = TryLock(); }
+
+void CLogLock::ResumeInParent() noexcept {
+    if (traceThread.forking) {
+        Unlock();
     }
-    // Also without a holder: a thread may have stood between the mutex and its own mark.
+}
+
+bool CLogLock::ResumeInChild() noexcept {
+    // The C library knows the owner by a number that the child's thread does not have.
     new (&section) CCriticalSection;
-    owner.store(0, std::memory_order_relaxed);
-    depth = 0;
-    return holder != 0;
+    if (!traceThread.forking) {
+        const bool broken = owner.exchange(0, std::memory_order_relaxed) != 0;
+        depth = 0;
+        return broken;
+    }
+    for (uint32_t i = 0; i < depth; ++i) {
+        section.Lock();
+    }
+    Unlock();
+    return false;
 }

@@ -11,22 +11,23 @@
 /**
  * A recursive lock that knows its owner.
  *
- * Taken before the locks of remote recording, never after. In the child of a fork, a lock that
- * belongs to a thread which the child does not have is made anew.
+ * Taken before the locks of remote recording, never after. A fork takes it too, so that the child
+ * finds what it guards whole, and no other thread inside the C library's own locks that opening the
+ * log takes; it does not wait for ever.
  */
 class CLogLock {
 public:
     void Lock() noexcept;
     void Unlock() noexcept;
 
-    /** Gives up after about a second; for the end of the process, which must not hang. */
+    /** Gives up after about a second: for ends and forks of the process, which must not hang. */
     bool TryLock() noexcept;
 
-    /**
-     * To be called in the child of a fork. True when another thread, which the child does not have,
-     * held the lock: then what it guards may be half changed.
-     */
-    bool ResetInChild() noexcept;
+    // Around a fork. In the child the lock is made anew, and the result tells whether another
+    // thread, which the child does not have, was inside: then what it guards may be half changed.
+    void PrepareFork() noexcept;
+    void ResumeInParent() noexcept;
+    bool ResumeInChild() noexcept;
 
 private:
     void Own() noexcept;

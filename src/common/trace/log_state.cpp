@@ -40,7 +40,8 @@ private:
 void CLogState::Create() {
     alignas(CLogState) static unsigned char storage[sizeof(CLogState)];
     instance = new (storage) CLogState;
-    pthread_atfork(nullptr, nullptr, [] { instance->ResetInChild(); });
+    pthread_atfork([] { instance->lock.PrepareFork(); }, [] { instance->lock.ResumeInParent(); },
+                   [] { instance->ResumeInChild(); });
 }
 
 void CLogState::ToggleTracking() noexcept { flags.fetch_xor(kTracking); }
@@ -57,9 +58,10 @@ void CLogState::SetTracking(bool wanted) noexcept {
 bool CLogState::Fetch() noexcept {
     if ((flags.load() & kBuilt) == 0) {
         flags.fetch_or(kTracking);
+        // Ahead of opening, so that an exit meanwhile waits for the file and closes it.
+        std::atexit([] { instance->Close(); });
         Open();
         flags.fetch_or(kBuilt);
-        std::atexit([] { instance->Close(); });
     } else if ((flags.load() & (kOpened | kTracking)) == kTracking) {
         Open();
     }
@@ -86,18 +88,21 @@ void CLogState::Open() noexcept {
 
 /** At the end of the process: later output, of static objects still to be destroyed, is silent. */
 void CLogState::Close() noexcept {
+    const COpeningScope closing;
     if (!lock.TryLock()) {
         return;
     }
     const unsigned before = flags.fetch_and(~(kOpened | kTracking));
     if ((before & kOpened) != 0) {
-        file.Close(writer);
+        // Not the state's writer: the exit may come from a handler that interrupted a line.
+        CLineWriter lines;
+        file.Close(lines);
     }
     lock.Unlock();
 }
 
-void CLogState::ResetInChild() noexcept {
-    if (lock.ResetInChild()) {
+void CLogState::ResumeInChild() noexcept {
+    if (lock.ResumeInChild()) {
         new (&writer) CLineWriter;
     }
 }

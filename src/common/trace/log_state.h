@@ -44,7 +44,7 @@ private:
     bool Fetch() noexcept;
     void Open() noexcept;
     void Close() noexcept;
-    void ResetInChild() noexcept;
+    void ResumeInChild() noexcept;
 
     static CLogState* instance;
     static std::atomic<unsigned> flags;

@@ -63,6 +63,10 @@ void AppendCleaned(CLineWriter& writer, const CLinePrefix& prefix, const CUTF8St
     CLineWriter lines;
     AppendLines(lines, prefix, text, LengthWithoutBreaks(text, format.GetLength()));
     lines.Append('\0');
+    if (lines.IsLost()) {
+        writer.Lose();
+        return;
+    }
     prefix.AppendExpandedTo(writer);
     writer.AppendFormat(lines.GetText(), arguments);
 }
@@ -81,7 +85,7 @@ void AppendMessage(CLineWriter& writer, const CLinePrefix& prefix, const char* f
             AppendCleaned(writer, prefix, cleaned, arguments);
         }
     } catch (const std::bad_alloc&) {
-        writer.Discard();
+        writer.Lose();
     }
     writer.Append('\n');
 }

@@ -3,7 +3,6 @@
 #include "qorvs/ck_names.h"
 #include "trace/attribute_value.h"
 #include "trace/flag_text.h"
-#include "trace/name_table.h"
 
 CStructureDump::CStructureDump(CLineWriter& lineWriter) noexcept
     : writer(lineWriter), prefix(GetTraceThread()) {}
@@ -61,7 +60,8 @@ void CStructureDump::Mechanism(const CK_MECHANISM& mechanism) noexcept {
     Line("\t");
     writer.Append(GetCkMechanismTypeString(mechanism.mechanism));
     writer.Append('\n');
-    if (mechanism.ulParameterLen != 0 && mechanism.pParameter != nullptr) {
+    if (mechanism.ulParameterLen != 0 && mechanism.ulParameterLen != CK_UNAVAILABLE_INFORMATION &&
+        mechanism.pParameter != nullptr) {
         Line("\tParameter: ");
         writer.AppendHex(static_cast<const unsigned char*>(mechanism.pParameter),
                          mechanism.ulParameterLen);

@@ -27,6 +27,14 @@ Tracer* MakeTracer() noexcept {
 /** The tracer, or null when nothing would come of a call. */
 Tracer* GetListener() noexcept { return CLogState::IsSilent() ? nullptr : tracer; }
 
+template <class Structure>
+void Forward(void (Tracer::*operation)(const Structure*) noexcept,
+             const Structure* structure) noexcept {
+    if (Tracer* const listener = GetListener()) {
+        (listener->*operation)(structure);
+    }
+}
+
 }  // namespace
 
 void TraceEnter(const char* name) noexcept {
@@ -76,25 +84,13 @@ void TraceTemplate(const CK_ATTRIBUTE* attributes, CK_ULONG count,
 }
 
 void TraceMechanism(const CK_MECHANISM* mechanism) noexcept {
-    if (Tracer* const listener = GetListener()) {
-        listener->Mechanism(mechanism);
-    }
+    Forward(&Tracer::Mechanism, mechanism);
 }
 
 void TraceMechanismInfo(const CK_MECHANISM_INFO* info) noexcept {
-    if (Tracer* const listener = GetListener()) {
-        listener->MechanismInfo(info);
-    }
+    Forward(&Tracer::MechanismInfo, info);
 }
 
-void TraceTokenInfo(const CK_TOKEN_INFO* info) noexcept {
-    if (Tracer* const listener = GetListener()) {
-        listener->TokenInfo(info);
-    }
-}
+void TraceTokenInfo(const CK_TOKEN_INFO* info) noexcept { Forward(&Tracer::TokenInfo, info); }
 
-void TraceSessionInfo(const CK_SESSION_INFO* info) noexcept {
-    if (Tracer* const listener = GetListener()) {
-        listener->SessionInfo(info);
-    }
-}
+void TraceSessionInfo(const CK_SESSION_INFO* info) noexcept { Forward(&Tracer::SessionInfo, info); }

@@ -11,7 +11,8 @@ struct CTraceThread {
     int32_t indent;   // depth of TraceEnter calls
     char mark;        // tells threads apart at a glance
     bool suppressed;  // the thread's own lines would feed what it is doing
-    bool opening;     // the thread is opening the log, whose steps trace
+    bool opening;     // the thread opens or closes the log, whose steps trace
+    bool forking;     // the thread holds the log's lock for a fork
 };
 
 // The exported functions run in every call of every module, so the record lies in the static block.

@@ -27,6 +27,15 @@ void WriteNamed(CLineWriter& writer, const CTraceThread& thread, std::string_vie
     }
 }
 
+template <class Structure>
+void Dump(const Structure* structure,
+          void (CStructureDump::*write)(const Structure& structure) noexcept) noexcept {
+    const COutputGuard guard;
+    if (guard.IsActive() && structure != nullptr) {
+        (CStructureDump(guard.GetWriter()).*write)(*structure);
+    }
+}
+
 }  // namespace
 
 void Tracer::Enter(const char* name) noexcept {
@@ -71,29 +80,17 @@ void Tracer::Template(const CK_ATTRIBUTE* attributes, CK_ULONG count,
 }
 
 void Tracer::Mechanism(const CK_MECHANISM* mechanism) noexcept {
-    const COutputGuard guard;
-    if (guard.IsActive() && mechanism != nullptr) {
-        CStructureDump(guard.GetWriter()).Mechanism(*mechanism);
-    }
+    Dump(mechanism, &CStructureDump::Mechanism);
 }
 
 void Tracer::MechanismInfo(const CK_MECHANISM_INFO* info) noexcept {
-    const COutputGuard guard;
-    if (guard.IsActive() && info != nullptr) {
-        CStructureDump(guard.GetWriter()).MechanismInfo(*info);
-    }
+    Dump(info, &CStructureDump::MechanismInfo);
 }
 
 void Tracer::TokenInfo(const CK_TOKEN_INFO* info) noexcept {
-    const COutputGuard guard;
-    if (guard.IsActive() && info != nullptr) {
-        CStructureDump(guard.GetWriter()).TokenInfo(*info);
-    }
+    Dump(info, &CStructureDump::TokenInfo);
 }
 
 void Tracer::SessionInfo(const CK_SESSION_INFO* info) noexcept {
-    const COutputGuard guard;
-    if (guard.IsActive() && info != nullptr) {
-        CStructureDump(guard.GetWriter()).SessionInfo(*info);
-    }
+    Dump(info, &CStructureDump::SessionInfo);
 }

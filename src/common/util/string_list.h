@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -36,9 +37,7 @@ public:
         return *this;
     }
     ~CTStringList() {
-        for (String& item : *this) {
-            item.~String();
-        }
+        std::destroy_n(items, count);
         CTZoneStorage<false>::Release(items);
     }
 
@@ -58,9 +57,6 @@ public:
     const String* end() const noexcept { return items + count; }
 
 private:
-    String* begin() noexcept { return items; }
-    String* end() noexcept { return items + count; }
-
     void Grow() {
         const size_t grown = GrownCapacity(capacity, count + 1);
         auto* const moved = static_cast<String*>(

@@ -7,9 +7,8 @@
 #include <cstring>
 
 static CStringList SplitNumbers(const CUTF8String& run) {
-    const CStringList pieces = run.Split(".");
     CStringList numbers;
-    for (const CUTF8String& number : pieces) {
+    for (const CUTF8String& number : run.Split(".")) {
         if (number.GetLength() > 0) {
             numbers.Append(number);
         }

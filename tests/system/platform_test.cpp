@@ -1,0 +1,45 @@
+#include "support/log_capture.h"
+#include "support/stanza_file.h"
+#include "support/string_print.h"
+#include "util/string_list.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <vector>
+
+// A case is a command of platform_child, its parts parted by "|", with "~" for a home of its own in
+// which its file lies; what the command prints and, up to the numbers of lines, traces.
+static void RunScenarios(const char* file) {
+    FOR_EACH_STANZA(row, ReadStanzas(file)) {
+        CLogHome home;
+        if (!row.Has("log_text")) {
+            home.Write("qorvs.conf", "");
+        }
+        if (row.Has("file_text")) {
+            home.Write(row.Text("file_text"), row.Text("content_text"));
+        }
+        const std::vector<std::string> none;
+        const std::string in = home.Path("");
+        const std::regex mark("~");
+        std::vector<std::string> command;
+        const auto parts = CUTF8String(row.Text("command_text").c_str()).Split("|");
+        for (const CUTF8String& part : parts) {
+            command.push_back(std::regex_replace(ToStd(part), mark, in));
+        }
+        EXPECT_EQ(home.Run("platform_child", command),
+                  std::regex_replace(row.Text("printed_text"), mark, in));
+        std::string log;
+        for (const std::string& line : row.Has("log_text") ? home.Body() : none) {
+            log += std::regex_replace(line, std::regex("^1\\.\\. |(, line) .*"), "$1") + "\n";
+        }
+        EXPECT_EQ(log, row.Has("log_text") ? row.Text("log_text") : "");
+    }
+}
+
+TEST(Settings, AreReadFromTheirFiles) { RunScenarios("system/settings.txt"); }
+
+TEST(EventLog, ReportsUnderThePriorityOfTheSeverity) { RunScenarios("system/event_log.txt"); }
+
+TEST(Platform, SaysWhatFails) { RunScenarios("system/platform.txt"); }

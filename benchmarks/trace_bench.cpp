@@ -1,10 +1,9 @@
 // The trace log beside spdlog, and beside a floor that does only what a line cannot do without: a
 // lock, two clocks, the text, one write.
-//
-// The log that cannot be opened comes first: its directory is made when that part is over.
 
 #include "qorvs/trace.h"
 #include "qorvs/trace_structures.h"
+#include "trace_home.h"
 
 #include <benchmark/benchmark.h>
 
@@ -30,69 +29,13 @@
 
 namespace {
 
-/** A home of our own: settings, log directory and the peers' files, gone at the end. */
-class CHome {
-public:
-    CHome() {
-        char name[] = "/tmp/qorvs_bench_XXXXXX";
-        path = mkdtemp(name);
-        std::ofstream(Settings()) << "SecuritySuite {\nEnableTrace = 1\nTrace = " << path
-                                  << "/log\n}\n";
-        setenv("QORVS_CONFFILE", Settings().c_str(), 1);
-        setenv("HOME", path.c_str(), 1);
-    }
-    ~CHome() { std::filesystem::remove_all(path); }
-
-    std::string Settings() const { return path + "/settings.conf"; }
-    std::string File(const char* name) const { return path + "/" + name; }
-    void MakeLogDirectory() const { mkdir((path + "/log").c_str(), 0700); }
-
-private:
-    std::string path;
-};
-
-CHome home;
+CTraceHome home("log");
 
 void EnsureOpen() {
-    home.MakeLogDirectory();
     const char on = 1;
     UpdateLogsTrackingState(&on);
     TraceString0("ready");
 }
-
-// ---- a log that cannot be opened
-
-void BM_Unopenable(benchmark::State& state) {
-    for (auto _ : state) {
-        TraceEnter("C_Login");
-    }
-}
-BENCHMARK(BM_Unopenable);
-
-/** Opens, reads and takes apart the settings: what each try cannot do without. */
-void BM_UnopenableFloor(benchmark::State& state) {
-    for (auto _ : state) {
-        std::vector<std::pair<std::string, std::string>> pairs;
-        std::FILE* const file = std::fopen(getenv("QORVS_CONFFILE"), "rte");
-        std::string text;
-        char piece[1024];
-        for (size_t read; (read = std::fread(piece, 1, sizeof(piece), file)) > 0;) {
-            text.append(piece, read);
-        }
-        std::fclose(file);
-        for (size_t at = 0; at < text.size();) {
-            const size_t end = std::min(text.find('\n', at), text.size());
-            const size_t equals = text.find('=', at);
-            if (equals < end) {
-                pairs.emplace_back(text.substr(at, equals - 1 - at),
-                                   text.substr(equals + 2, end - equals - 2));
-            }
-            at = end + 1;
-        }
-        benchmark::DoNotOptimize(pairs);
-    }
-}
-BENCHMARK(BM_UnopenableFloor);
 
 // ---- disabled
 

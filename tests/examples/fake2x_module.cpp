@@ -1,1 +1,1 @@
-#include "fake_pkcs11.h"
+#include "fake2x_module.h"

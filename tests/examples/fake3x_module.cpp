@@ -1,35 +1,19 @@
 // Has, as PKCS #11 3.0 allows, several interfaces: a vendor's, 2.20, 3.0, and one from the future.
-#include "fake_pkcs11.h"
+#include "fake2x_module.h"
 
-struct CFunctionList3 {
-    CK_FUNCTION_LIST base;
-    CK_RV (*added[24])();
-};
+#include <algorithm>
 
-static CK_RV Added() { return 0x9000FFFF; }
-
-static CFunctionList3 MakeList3(CK_BYTE minor) {
-    CFunctionList3 list{fakeFunctions, {}};
-    list.base.version = {3, minor};
-    for (auto& function : list.added) {
-        function = Added;
-    }
-    return list;
-}
-
-static CFunctionList3 functions30 = MakeList3(0);
-static CFunctionList3 functions39 = MakeList3(9);
+static CFakeList functions30 = MakeFakeList(3, 0);
+static CFakeList functions39 = MakeFakeList(3, 9);
 static CInterface interfaces[] = {
-    {"Vendor", &fakeFunctions, 0},
-    {"PKCS 11", &fakeFunctions, 0},
+    {"Vendor", &functions20, 0},
+    {"PKCS 11", &functions20, 0},
     {"PKCS 11", &functions30, 1},
     {"PKCS 11", &functions39, 0},
 };
 
 FAKE_EXPORT C_GetInterfaceList(CInterface* list, CK_ULONG* count) {
-    for (CK_ULONG i = 0; list != nullptr && i < *count; i++) {
-        list[i] = interfaces[i];
-    }
+    std::copy_n(interfaces, list != nullptr ? *count : 0, list);
     *count = 4;
     return CKR_OK;
 }

@@ -1,25 +1,46 @@
-/** A module that does nothing, whatever its arguments are. */
+/** Modules that do nothing, whatever their arguments are. */
 #pragma once
 
-#include "pkcs11_functions.h"
+#include <qorvs/cryptoki.h>
 
+#include <cstddef>
 #include <cstdlib>
+#include <utility>
 
-template <CK_RV code, typename Function>
-struct CFake;
+constexpr size_t kFunctions = 68;
+constexpr size_t kAddedIn3 = 24;
 
-template <CK_RV code, typename... Parameters>
-struct CFake<code, CK_RV (*)(Parameters...)> {
-    static CK_RV Call(Parameters...) { return getenv("FAKE_PKCS11_OK") != nullptr ? CKR_OK : code; }
+/** Any function of a list: none has more parameters, and all are passed as words. */
+using CFunction = CK_RV (*)(void*, void*, void*, void*, void*, void*, void*, void*);
+
+/** CK_FUNCTION_LIST, and behind it what 3.0 adds. */
+struct CFakeList {
+    CK_VERSION version;
+    CFunction functions[kFunctions + kAddedIn3];
+};
+static_assert(offsetof(CFakeList, functions[kFunctions]) == sizeof(CK_FUNCTION_LIST));
+
+struct CInterface {
+    const char* name;
+    void* functionList;
+    CK_FLAGS flags;
 };
 
-#define FAKE_ROW(name) CFake<PKCS11_CODE(name), CK_##name>::Call,
+/** Each function answers with a code of its own, so that a call that went astray shows. */
+inline CK_RV CodeOf(size_t index) {
+    return getenv("FAKE_PKCS11_OK") != nullptr ? CKR_OK : 0x90000000 + index;
+}
 
-inline CK_FUNCTION_LIST fakeFunctions = {{2, 20}, PKCS11_FUNCTIONS(FAKE_ROW)};
+template <size_t index>
+CK_RV Fake(void*, void*, void*, void*, void*, void*, void*, void*) {
+    return CodeOf(index);
+}
 
-#define FAKE_EXPORT extern "C" __attribute__((visibility("default"))) CK_RV
+template <size_t... indices>
+CFakeList MakeFakeList(CK_BYTE major, CK_BYTE minor, std::index_sequence<indices...>) {
+    return {{major, minor}, {Fake<indices>...}};
+}
 
-FAKE_EXPORT C_GetFunctionList(CK_FUNCTION_LIST_PTR_PTR list) {
-    *list = &fakeFunctions;
-    return CKR_OK;
+inline CFakeList MakeFakeList(CK_BYTE major, CK_BYTE minor) {
+    return MakeFakeList(major, minor, std::make_index_sequence<kFunctions + kAddedIn3>());
 }

@@ -5,7 +5,6 @@ set -euo pipefail
 
 root=$(cd "$(dirname "$0")/../.." && pwd)
 module=$QORVS_BUILD_DIR/lib/qorvs-pkcs11-trace.so
-programs=$QORVS_BUILD_DIR/tests
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export TMPDIR=$work QORVS_CONFFILE=$work/qorvs.conf SOFTHSM2_CONF=$work/softhsm2.conf
@@ -13,84 +12,65 @@ export TMPDIR=$work QORVS_CONFFILE=$work/qorvs.conf SOFTHSM2_CONF=$work/softhsm2
 # A sanitizer's runtime has to be loaded before everything else, which pkcs11-tool does not do.
 sanitizer=$(ldd "$module" | awk '/lib[at]san/ {print $3}')
 
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
+fail() { echo "FAILED: ${logs##*/}: $*" >&2; exit 1; }
 
 # Gives the case a log directory of its own.
 begin() {
-    case_name=$1
     logs=$work/$1
     mkdir "$logs"
     printf 'SecuritySuite {\n    EnableTrace = 1\n    Trace = %s\n}\n' "$logs" >"$QORVS_CONFFILE"
 }
 
+# A case of the host over a module; with "ok" behind it the fake functions succeed.
 run_host() {
-    QORVS_PKCS11_MODULE=$1 timeout 60 "$programs/pkcs11_trace_host" "$module" "$2" ||
-        fail "$case_name: pkcs11_trace_host $2 gave $?"
+    begin "$2${3:-}"
+    env ${3:+FAKE_PKCS11_OK=1} QORVS_PKCS11_MODULE="$1" \
+        timeout 60 "$QORVS_BUILD_DIR/tests/pkcs11_trace_host" "$module" "$2" || fail "the host gave $?"
 }
 
 tool() {
     LD_PRELOAD=$sanitizer ASAN_OPTIONS=detect_leaks=0 \
         pkcs11-tool --module "$module" "$@" >"$work/output" 2>&1 ||
-        { cat "$work/output"; fail "$case_name: pkcs11-tool $*"; }
+        fail "pkcs11-tool $*: $(cat "$work/output")"
 }
 
-expect_line() {
-    grep -qE -- "$1" "$logs"/*.log || fail "$case_name: no line with $1"
-}
-
-expect_none() {
-    ! grep -iE -- "$1" "$logs"/*.log || fail "$case_name: a line with $1"
-}
+expect_line() { grep -qE -- "$1" "$logs"/*.log || fail "no line with $1"; }
+expect_none() { ! grep -iE -- "$1" "$logs"/*.log || fail "a line with $1"; }
 
 # Each Leaving belongs to the last open Entering of its file, and nothing stays open.
 expect_nested() {
     for log in "$logs"/*.log; do
         awk '$3 == "Entering" { open[++depth] = $4 }
-             $3 == "Leaving" && (depth == 0 || open[depth--] != $4) { print; exit 1 }
-             END { if (depth != 0) { print "open: " open[depth]; exit 1 } }' "$log" ||
-            fail "$case_name: not nested"
+             $3 == "Leaving" && open[depth--] != $4 { depth = -1; exit }
+             END { exit depth != 0 }' "$log" || fail "not nested: $log"
     done
 }
 
-for answer in codes ok; do
-    begin "nulls-$answer"
-    ( [ $answer = codes ] || export FAKE_PKCS11_OK=1
-      run_host "$programs/fake2x_module.so" nulls )
+for answer in '' ok; do
+    run_host "$QORVS_BUILD_DIR/tests/fake2x_module.so" nulls $answer
     [ "$(sort -u -k4,4 <(grep -h ' Leaving C_' "$logs"/*.log) | wc -l)" = 68 ] ||
         fail "not all 68 functions are in the log"
     expect_nested
-done
 
-begin unloadable
-run_host /nonexistent.so unloadable
-expect_line 'No PKCS #11 module: /nonexistent.so: cannot open'
-expect_line 'Returns: CKR_GENERAL_ERROR$'
-
-begin itself
-run_host "$module" unloadable
-
-begin interface-of-2x
-run_host "$programs/fake2x_module.so" interface-of-2x
-
-begin interfaces-of-3x
-run_host "$programs/fake3x_module.so" interfaces-of-3x
-
-for answer in codes ok; do
-    begin "secrets-$answer"
-    ( [ $answer = codes ] || export FAKE_PKCS11_OK=1
-      run_host "$programs/fake2x_module.so" secrets )
+    run_host "$QORVS_BUILD_DIR/tests/fake2x_module.so" secrets $answer < <(tail -n +4 "$root/tests/vectors/examples/templates.txt")
     expect_none 'hidden"|68696464656E'
     expect_line 'Parameter hidden, length is 6$'
     expect_line 'Parameter: 616E2049562069732073686F776E2E2E$'
     [ "$(grep -c 'CKA_LABEL.*"shown"' "$logs"/*.log)" = 4 ] || fail "public labels are not shown"
 done
 
+run_host /nonexistent.so unloadable
+expect_line 'No PKCS #11 module: /nonexistent.so: cannot open'
+expect_line 'Returns: CKR_GENERAL_ERROR$'
+rm -r "$logs"
+run_host "$module" unloadable
+run_host "$QORVS_BUILD_DIR/tests/fake2x_module.so" interface-of-2x
+run_host "$QORVS_BUILD_DIR/tests/fake3x_module.so" interfaces-of-3x
+
 unset QORVS_PKCS11_MODULE
 mkdir "$work/tokens"
 printf 'directories.tokendir = %s\n' "$work/tokens" >"$SOFTHSM2_CONF"
+printf 'a private value' >"$work/value"
 user=(--token-label Test --login --pin user-pin-of-test)
 
 begin token
@@ -98,36 +78,24 @@ tool --init-token --slot-index 0 --label Test --so-pin so-pin-of-test
 tool --init-pin --token-label Test --login --login-type so --so-pin so-pin-of-test \
     --new-pin user-pin-of-test
 expect_line 'user: CKU_SO, PIN: given$'
-expect_none 'pin-of-test'
-
-begin objects
-printf 'a private value' >"$work/value"
-for privacy in public private; do
-    tool "${user[@]}" --write-object "$work/value" --type data --label "$privacy label" \
-        $([ $privacy = public ] || echo --private)
-done
+tool "${user[@]}" --write-object "$work/value" --type data --label "public label"
+tool "${user[@]}" --write-object "$work/value" --type data --label "private label" --private
 tool "${user[@]}" --keypairgen --key-type EC:prime256v1 --id 2A --label "pair label"
 tool "${user[@]}" --list-objects
 expect_line 'CKA_LABEL	Len=12	"public label"$'
 expect_line 'CKA_LABEL	Len=13	\(data present\)$'
 expect_line '	CKM_EC_KEY_PAIR_GEN$'
-expect_none 'private (label|value)|6120707269766174652076616C7565|pin-of-test'
-expect_nested
-
-begin self-test
 tool "${user[@]}" --test
 grep -q 'No errors' "$work/output" || fail "pkcs11-tool --test found errors"
-expect_line 'user: CKU_USER, PIN: given$'
 expect_line 'Slot ID:  '
 expect_line 'Min key size: '
-expect_none 'pin-of-test'
+expect_none 'private (label|value)|6120707269766174652076616C7565|pin-of-test'
 expect_nested
 
 if [ -z "$sanitizer" ]; then
     "$root/examples/pkcs11_trace/run_session.sh" "$QORVS_BUILD_DIR" >"$work/session" 2>&1 ||
-        { cat "$work/session"; fail "run_session.sh"; }
+        fail "run_session.sh: $(cat "$work/session")"
     for call in InitToken InitPIN Login GenerateKeyPair SignInit Sign VerifyInit Verify; do
         grep -q "Entering C_$call\.$" "$work/session" || fail "no C_$call in the session's log"
     done
 fi
-echo "passed"

@@ -16,28 +16,22 @@ libdir=$(dirname "$(dirname "$pc")")
 export PKG_CONFIG_PATH=${pc%/*}
 
 mkdir "$work/pkg-config" "$work/log"
-flags=$(pkg-config --cflags --libs qorvscommon)
-strict="-Wall -Wextra -Wpedantic -Werror"
-# shellcheck disable=SC2086
-{
-    cc -std=c11 $strict "$here/c_program.c" -o "$work/pkg-config/c_program" $flags
-    c++ -std=c++17 $strict "$here/cpp_program.cpp" -o "$work/pkg-config/cpp_program" $flags
-}
+for compiler in "cc -std=c11 $here/c_program.c" "c++ -std=c++17 $here/cpp_program.cpp"; do
+    source=${compiler##*/}
+    # shellcheck disable=SC2046,SC2086
+    $compiler -Wall -Wextra -Wpedantic -Werror -o "$work/pkg-config/${source%.*}" \
+        $(pkg-config --cflags --libs qorvscommon)
+done
 cmake -G Ninja -S "$here" -B "$work/package" -DCMAKE_PREFIX_PATH="$work/tree" >/dev/null
 cmake --build "$work/package" >/dev/null
 
 printf 'SecuritySuite {\n\tEnableTrace = 1\n\tTrace = %s\n}\n' "$work/log" >"$work/qorvs.conf"
 export QORVS_CONFFILE=$work/qorvs.conf HOME=$work LD_LIBRARY_PATH=$libdir
-for way in pkg-config package; do
-    for program in c_program cpp_program; do
-        rm -f "$work"/log/*
-        "$work/$way/$program"
-        for line in Entering Leaving; do
-            if ! grep -q "$line $program\.$" "$work"/log/*.log; then
-                echo "$way: $program left no \"$line\" line" >&2
-                exit 1
-            fi
-        done
-        echo "$way: $program runs and is in the log"
+for program in {pkg-config,package}/{c_program,cpp_program}; do
+    "$work/$program"
+    for line in Entering Leaving; do
+        grep -q "$line ${program#*/}\.$" "$work"/log/*.log ||
+            { echo "$program left no \"$line\" line" >&2; exit 1; }
     done
+    rm "$work"/log/*
 done

@@ -35,7 +35,9 @@ TEST(Config, AnswersByKeys) {
             EXPECT_EQ(ToStd(config.GetStringFirstOf(keys)), row.Text("string_text"));
             EXPECT_EQ(config.GetIntFirstOf(keys, 42, sentinel), row.Int("number_int"));
         } else {
-            EXPECT_EQ(config.GetInt(row.Text("key_text").c_str(), 42), row.Int("number_int"));
+            const std::string bytes = row.Text("key_text");
+            const CUTF8String key(bytes.data(), static_cast<ptrdiff_t>(bytes.size()));
+            EXPECT_EQ(config.GetInt(key, 42), row.Int("number_int"));
         }
     }
 }
@@ -72,10 +74,11 @@ TEST(Config, WritesTheWholeFileOnEveryChange) {
 
 TEST(Config, SaysWhenAFileWasNotWritten) {
     const CFileHome home("");
+    CConfig full(home.Path("full").c_str());
     std::filesystem::create_symlink("/dev/full", home.Path("full"));
-    for (const char* const name : {"none/f", "", "full"}) {
-        EXPECT_FALSE(CConfig(home.Path(name).c_str()).SetString("A", "1")) << name;
-    }
+    EXPECT_FALSE(full.SetString("A", "1"));
+    EXPECT_FALSE(CConfig(home.Path("none/f").c_str()).SetString("A", "1"));
+    EXPECT_FALSE(CConfig(home.Path("").c_str()).SetString("A", "1"));
     const std::string text(10000, 'x');
     EXPECT_TRUE(CConfig(home.FilePath()).SetString("A", text.c_str()));
     EXPECT_EQ(ToStd(CConfig(home.FilePath()).GetString("A")), text);

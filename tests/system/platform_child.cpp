@@ -16,8 +16,10 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <pthread.h>
+#include <signal.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -32,13 +34,10 @@
 // The call of the C library that fails in this process, with EMFILE in errno.
 static std::string failingCall;
 
-#define MAY_FAIL(Result, name, failure, parameters, arguments)                            \
-    Result name parameters {                                                              \
-        if (failingCall == #name) {                                                       \
-            errno = EMFILE;                                                               \
-            return failure;                                                               \
-        }                                                                                 \
-        return reinterpret_cast<Result(*) parameters>(dlsym(RTLD_NEXT, #name)) arguments; \
+#define MAY_FAIL(Result, name, failure, parameters, arguments)                              \
+    Result name parameters {                                                                \
+        auto* const real = reinterpret_cast<Result(*) parameters>(dlsym(RTLD_NEXT, #name)); \
+        return failingCall != #name ? real arguments : (errno = EMFILE, failure);           \
     }
 
 // The labels keep these apart from the C library's headers, which may define the same names inline.
@@ -50,12 +49,12 @@ static std::string failingCall;
         va_start(args, format);                                                  \
         vprintf(format, args);                                                   \
         va_end(args);                                                            \
-        puts("");                                                                \
     }
 
 extern "C" {
 
-MAY_FAIL(FILE*, popen, nullptr, (const char* command, const char* mode), (command, mode))
+MAY_FAIL(FILE*, popen, static_cast<FILE*>(nullptr), (const char* command, const char* mode),
+         (command, mode))
 MAY_FAIL(int, pthread_create, EAGAIN,
          (pthread_t * thread, const pthread_attr_t* kind, void* (*routine)(void*), void* argument),
          (thread, kind, routine, argument))
@@ -92,13 +91,12 @@ void Try(const char* call, Action action) {
 
 /** The address of the authority is looked for until it is found, and then kept. */
 void PrintSettings(const CArguments&) {
-    printf("%d%d %d%d %d %u %d ", GetLoginPersistentCSP(), IsLoginPersistentCSP(),
-           GetLoginPersistent(), IsLoginPersistent(), GetLoginTimeout(), GetLoginTimeoutMs(),
-           IsLoginTimeoutSet());
     const bool policy = IsPolicyEnforceTslQc();
-    printf("%d%d%d %s %d %d %s ", IsSerialNumberAsGuid(), IsPinSessionCacheEnabled(), policy,
-           GetVerificationPolicyName(policy), IsTslConfigMissing(), IsTraceEnabled(),
-           GetTraceDirectory().GetText());
+    printf("%d%d %d%d %d %u %d %d%d%d %s %d %d %s ", GetLoginPersistentCSP(),
+           IsLoginPersistentCSP(), GetLoginPersistent(), IsLoginPersistent(), GetLoginTimeout(),
+           GetLoginTimeoutMs(), IsLoginTimeoutSet(), IsSerialNumberAsGuid(),
+           IsPinSessionCacheEnabled(), policy, GetVerificationPolicyName(policy),
+           IsTslConfigMissing(), IsTraceEnabled(), GetTraceDirectory().GetText());
     printf("%s", GetTsaUrl() != nullptr ? GetTsaUrl() : "null");
     for (const char* const url : {"http://a/\xC3\xA9\xC4\x80", "http://b/"}) {
         GetSystemConfig(2)->GetSection("SecuritySuite")->SetString("TSAURL", url);
@@ -130,23 +128,36 @@ void RunCommand(const CArguments& command) {
     Try("", [&command] { printf("%s", ReadCommandTrimmed(command[0].c_str()).c_str()); });
 }
 
-void FailCommands(const CArguments&) {
-    TraceString0("the log is open");
-    Try("popen", [] { ReadCommand("true"); });
-    Try("popen", [] { SelectFolder(); });
-    printf("'%s'", ReadCommandTrimmed("%s %n").c_str());
-}
-
 class CIdleThread : public CThread {
     int32_t Run() override { return 0; }
 };
 
-void FailThreadCalls(const CArguments&) {
+void FailCalls(const CArguments&) {
+    TraceString0("the log is open");
+    Try("popen", [] { ReadCommand("true"); });
+    Try("popen", [] { SelectFolder(); });
+    printf("'%s'\n", ReadCommandTrimmed("%s %n").c_str());
     CIdleThread thread;
     Try("pthread_create", [&thread] { thread.Start(); });
     printf("%d\n", thread.Wait());
     Try("pthread_mutexattr_init", [] { const CCriticalSection section; });
     Try("pthread_mutexattr_settype", [] { const CCriticalSection section; });
+}
+
+/** A command's output while signals of the host interrupt its reading. */
+void InterruptCommand(const CArguments& command) {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr);
+    signal(SIGCHLD, SIG_IGN);
+    const itimerval often{{0, 500}, {0, 500}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    printf("%zu", size_t{ReadCommand(command[0].c_str()).GetLength()});
+}
+
+void PrintExecutable(const CArguments&) {
+    printf("%s %s %s", GetExecutablePath().GetText(), GetExecutableName().GetText(),
+           GetDataFilePath("a/b").GetText());
 }
 
 void Report(const CArguments& parts) {
@@ -157,7 +168,7 @@ void Report(const CArguments& parts) {
         message.args << CUTF8String(parts[i].c_str());
     }
     GetEventLog().Report(message);
-    printf("%s %s\n", orNone(GetSeverityName(message.id >> 30)),
+    printf("\n%s %s\n", orNone(GetSeverityName(message.id >> 30)),
            orNone(GetFacilityName(message.id >> 16 & 0xFFF)));
 }
 
@@ -200,12 +211,12 @@ int main(int argc, char** argv) {
         {"paths", &PrintPaths},
         {"choose", &PrintChoice},
         {"run", &RunCommand},
-        {"commands", &FailCommands},
-        {"threads", &FailThreadCalls},
+        {"interrupt", &InterruptCommand},
+        {"fail", &FailCalls},
         {"report", &Report},
         {"semaphores", &UseBadSemaphores},
         {"hold", &HoldSemaphore},
-        {"path", [](const CArguments&) { fputs(GetExecutablePath().GetText(), stdout); }},
+        {"executable", &PrintExecutable},
     };
     scenarios.at(argv[1])({argv + 2, argv + argc});
 }

@@ -1,10 +1,12 @@
 #include "support/log_capture.h"
 #include "support/stanza_file.h"
 #include "support/string_print.h"
+#include "system/host.h"
 #include "util/string_list.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <regex>
 #include <string>
 #include <vector>
@@ -42,4 +44,16 @@ TEST(Settings, AreReadFromTheirFiles) { RunScenarios("system/settings.txt"); }
 
 TEST(EventLog, ReportsUnderThePriorityOfTheSeverity) { RunScenarios("system/event_log.txt"); }
 
-TEST(Platform, SaysWhatFails) { RunScenarios("system/platform.txt"); }
+TEST(Platform, RunsCommandsAndSaysWhatFails) { RunScenarios("system/platform.txt"); }
+
+TEST(Platform, FindsTheExecutable) {
+    EXPECT_EQ(GetMachineArchitecture() + "\n", ReadCommand("uname -m").GetText());
+    const CSettingsHome home;
+    const std::string in = home.Path("");
+    for (const size_t length : {255, 256, 257}) {
+        const std::string name(length - in.size(), 'p');
+        std::filesystem::copy_file(QORVS_TEST_BIN_DIR "/platform_child", in + name);
+        EXPECT_EQ(ToStd(ReadCommand((in + name + " executable").c_str())),
+                  in + name + " " + name + " " + in + "a/b");
+    }
+}

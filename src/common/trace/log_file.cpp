@@ -7,7 +7,6 @@
 #include <openssl/opensslv.h>
 
 #include <fcntl.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -22,18 +21,6 @@ tm GetLocalTime() {
     tm local{};
     localtime_r(&now, &local);
     return local;
-}
-
-CUTF8String BuildPath(const CUTF8String& directory, const tm& start) {
-    char date[64];
-    snprintf(date, sizeof(date), "%04d-%02d-%02d_%02d-%02d-%02d", start.tm_year + 1900,
-             start.tm_mon + 1, start.tm_mday, start.tm_hour, start.tm_min, start.tm_sec);
-    CUTF8String path = directory + "/qorvs_" + date;
-    const CUTF8String executable = GetExecutableName();
-    if (executable.GetLength() > 0) {
-        path.Append("_").Append(executable);
-    }
-    return path.Append("_").Append(CUTF8String::FromUInt(static_cast<uint64_t>(getpid()))) + ".log";
 }
 
 /** The distribution's name as its own tool prints it, without the line's end. */
@@ -71,6 +58,21 @@ void WriteHeader(CLineWriter& writer, const tm& start) {
 }
 
 }  // namespace
+
+CUTF8String CLogFile::BuildPath(const CUTF8String& directory, const tm& start) {
+    if (!executableKnown) {
+        executable = GetExecutableName();
+        executableKnown = true;
+    }
+    char date[64];
+    snprintf(date, sizeof(date), "%04d-%02d-%02d_%02d-%02d-%02d", start.tm_year + 1900,
+             start.tm_mon + 1, start.tm_mday, start.tm_hour, start.tm_min, start.tm_sec);
+    CUTF8String path = directory + "/qorvs_" + date;
+    if (executable.GetLength() > 0) {
+        path.Append("_").Append(executable);
+    }
+    return path.Append("_").Append(CUTF8String::FromUInt(static_cast<uint64_t>(getpid()))) + ".log";
+}
 
 bool CLogFile::Open(const CUTF8String& directory, CLineWriter& writer) {
     const tm start = GetLocalTime();

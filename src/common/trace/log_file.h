@@ -6,6 +6,8 @@
 #include "trace/line_writer.h"
 #include "util/ct_string.h"
 
+#include <time.h>
+
 /**
  * One log file, open or not. Not locked: whoever uses it holds the log's lock. The destructor does
  * not close: the log ends with its closing lines or with the process.
@@ -28,5 +30,10 @@ public:
     int GetDescriptor() const noexcept { return descriptor; }
 
 private:
+    CUTF8String BuildPath(const CUTF8String& directory, const tm& start);
+
     int descriptor = -1;
+    // Asked for once: a log that cannot be opened is tried again at every call.
+    CUTF8String executable;
+    bool executableKnown = false;
 };

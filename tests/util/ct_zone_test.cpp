@@ -9,6 +9,8 @@
 #include <functional>
 #include <new>
 #include <random>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 template <class Zone>

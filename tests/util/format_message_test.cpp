@@ -66,7 +66,7 @@ TEST(IntegerSpecification, WritesWhatPrintfWrites) {
 }
 
 TEST(IntegerSpecification, WritesCharactersAndNothingLong) {
-    FOR_EACH_STANZA(row, ReadStanzas("util/integer_specification.txt")) {
+    FOR_EACH_STANZA(row, ReadStanzas("util/integer_conversion.txt")) {
         EXPECT_EQ(Write(row.Int("value_int"), row.Text("spec_text")), row.Text("expected_text"));
     }
 }

@@ -49,7 +49,7 @@ unsigned ReadLengthModifier(const char*& text) {
     return modifier != 'h' ? 64 : isDoubled ? 8 : 16;
 }
 
-/** False when the text is no specification of an integer. */
+/** False when the text is no conversion of an integer. */
 bool ReadSpec(const char* text, CIntegerSpec& spec) {
     ReadFlags(text, spec);
     spec.width = ReadField(text);
@@ -63,7 +63,7 @@ bool ReadSpec(const char* text, CIntegerSpec& spec) {
     return spec.conversion != 0 && std::strchr(known, spec.conversion) != nullptr && text[1] == 0;
 }
 
-/** Writes the printf format for a specification: "%-*.*llX". */
+/** Writes the printf format of a conversion: "%-*.*llX". */
 void WriteFormat(const CIntegerSpec& spec, char* format) {
     *format++ = '%';
     format = stpcpy(stpcpy(format, spec.flags), spec.conversion == 'c' ? "*.*" : "*.*ll");

@@ -14,7 +14,7 @@
 #include <utility>
 
 /**
- * One argument: a value that can be told as text, as it is or to a specification.
+ * One argument: a value that can be told as text, as it is or by a conversion.
  *
  * Lists that were separated from each other hold the same arguments; the last list to go deletes
  * them. The count of the lists is plain memory, as everywhere in messages.
@@ -39,7 +39,7 @@ private:
     int32_t holders = 1;
 };
 
-/** A string; a specification changes nothing. */
+/** A string; a conversion changes nothing. */
 template <class Encoding>
 class CTStrFmtArg : public CTFmtArg<Encoding, false> {
 public:
@@ -57,9 +57,9 @@ private:
 /**
  * An integer: decimal, or as printf writes it.
  *
- * A specification is what stands behind the "%" of a printf format: flags, width, precision, length
+ * A conversion is what stands behind the "%" of a printf format: flags, width, precision, length
  * modifier and one of d i o u x X c. The value is converted to the type that the modifier names (32
- * bits without one) and the text ends after 38 characters. Any other specification gives an empty
+ * bits without one) and the text ends after 38 characters. Any other text gives an empty
  * text.
  */
 template <class Encoding, class Integer>

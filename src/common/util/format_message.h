@@ -9,9 +9,9 @@
 /**
  * Expands the placeholders of a text.
  *
- * "%1" to "%9" stand for the arguments, "%1!SPEC!" for an argument to a specification (CTFmtArg),
+ * "%1" to "%9" stand for the arguments, "%1!SPEC!" for an argument by a conversion (CTFmtArg),
  * "%%" for a percent sign. An argument that is not there gives an empty text, "%" and any other
- * character give nothing. A "%" at the end, or a specification without its closing "!", ends the
+ * character give nothing. A "%" at the end, or a conversion without its closing "!", ends the
  * text there. Malformed sequences of the text become "?". Nothing is thrown but std::bad_alloc.
  */
 template <class Encoding>

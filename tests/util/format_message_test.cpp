@@ -51,7 +51,7 @@ static std::string Printf(const std::string& spec, int value) {
     return text;
 }
 
-TEST(IntegerSpecification, WritesWhatPrintfWrites) {
+TEST(IntegerConversion, WritesWhatPrintfWrites) {
     static const char* const kFlags[] = {"", "0", "-", "+", " ", "#", "#0", "-#", "+0", "00"};
     static const char* const kFields[] = {"",    "1",     "12", "37",    "38",  "39",
                                           "60",  ".0",    ".5", "20.12", ".36", ".38",
@@ -65,7 +65,7 @@ TEST(IntegerSpecification, WritesWhatPrintfWrites) {
     }
 }
 
-TEST(IntegerSpecification, WritesCharactersAndNothingLong) {
+TEST(IntegerConversion, WritesCharactersAndNothingLong) {
     FOR_EACH_STANZA(row, ReadStanzas("util/integer_conversion.txt")) {
         EXPECT_EQ(Write(row.Int("value_int"), row.Text("spec_text")), row.Text("expected_text"));
     }

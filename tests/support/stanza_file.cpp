@@ -102,7 +102,9 @@ CByteZone CStanza::Bytes(const std::string& key) const {
     return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
 }
 
-long CStanza::Int(const std::string& key) const { return std::strtol(Find(key).c_str(), nullptr, 10); }
+long CStanza::Int(const std::string& key) const {
+    return std::strtol(Find(key).c_str(), nullptr, 10);
+}
 
 void CStanza::Skip() const {
     for (const auto& entry : values) {

@@ -11,7 +11,8 @@
 
 /**
  * One case. Keys that end in "_text" hold characters, with the escapes \n, \r, \t, \\ and \xHH;
- * in "_int" a decimal number; all others hexadecimal bytes. A value of "-" means that there is none.
+ * in "_int" a decimal number; all others hexadecimal bytes. A value of "-" means that there is
+ * none.
  *
  * A key that is asked for and missing fails the test, and so does, when the case ends, a key that
  * nobody asked for.
@@ -54,10 +55,10 @@ std::vector<CStanza> ReadStanzas(const std::string& file);
 std::vector<CStanza> ReadSharedStanzas(const std::string& file);
 
 /** Runs `body` for each case, named in what fails; skips the test when there is none. */
-#define FOR_EACH_STANZA(stanza, stanzas)                                    \
-    const auto allStanzas = (stanzas);                                      \
-    if (allStanzas.empty()) {                                               \
-        GTEST_SKIP() << "the public test vectors are not on this machine";  \
-    }                                                                       \
-    for (const CStanza& stanza : allStanzas)                                \
+#define FOR_EACH_STANZA(stanza, stanzas)                                   \
+    const auto allStanzas = (stanzas);                                     \
+    if (allStanzas.empty()) {                                              \
+        GTEST_SKIP() << "the public test vectors are not on this machine"; \
+    }                                                                      \
+    for (const CStanza& stanza : allStanzas)                               \
         if (const testing::ScopedTrace trace(__FILE__, __LINE__, stanza.Name()); true)

@@ -43,7 +43,9 @@ String Encoded(const std::u32string& codePoints) {
 template <class String>
 String FromBytes(const uint8_t* data, size_t size) {
     std::vector<typename String::Unit> units(size / sizeof(typename String::Unit));
-    std::memcpy(units.data(), data, units.size() * sizeof(typename String::Unit));
+    if (!units.empty()) {
+        std::memcpy(units.data(), data, units.size() * sizeof(typename String::Unit));
+    }
     return String(units.data(), static_cast<ptrdiff_t>(units.size()));
 }
 

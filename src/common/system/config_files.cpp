@@ -67,7 +67,7 @@ CUTF8String GetSystemConfigPath() {
     if (named != nullptr) {
         return CUTF8String(named, -1);
     }
-    const CUTF8String global = GetHomePath("/.qorvs.global.conf");
+    CUTF8String global = GetHomePath("/.qorvs.global.conf");
     if (!global.IsEmpty() && access(global.GetText(), R_OK) == 0) {
         return global;
     }

@@ -15,7 +15,7 @@ namespace {
 constexpr size_t kUsualLine = 1024;
 
 // What a huge structure has taken is given back.
-constexpr size_t kMostKept = 256 * 1024;
+constexpr size_t kMostKept = size_t{256} * 1024;
 
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 

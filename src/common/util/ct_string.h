@@ -102,10 +102,10 @@ public:
     ~CTString() { Release(); }
 
     CTString& operator=(const CTString& other) noexcept {
-        if (buffer != other.buffer) {
+        if (this != &other) {
+            other.AddReference();
             Release();
             buffer = other.buffer;
-            AddReference();
         }
         return *this;
     }
@@ -219,6 +219,7 @@ public:
     }
     CTString& Append(char32_t codePoint) {
         if (codePoint < 0x80 && HasRoom(1)) {
+            // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): HasRoom has looked.
             StoreLast(buffer->data + buffer->size++ - 1, codePoint);
             return *this;
         }

@@ -97,6 +97,14 @@ std::vector<std::string> CLogHome::Body() const {
     return {lines.begin() + 1, lines.end() - 3};
 }
 
+std::string CLogHome::BodyText() const {
+    std::string text;
+    for (const std::string& line : Body()) {
+        text += "\n" + line;
+    }
+    return text.substr(text.empty() ? 0 : 1);
+}
+
 std::vector<std::string> NumberThreads(const std::vector<CLogLine>& lines) {
     std::map<uint64_t, size_t> numbers;
     std::vector<std::string> texts;

@@ -55,6 +55,9 @@ public:
      */
     std::vector<std::string> Body() const;
 
+    /** The same, with line feeds between the lines. */
+    std::string BodyText() const;
+
 private:
     pid_t process = 0;
 };

@@ -12,56 +12,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <condition_variable>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <functional>
 #include <initializer_list>
 #include <map>
-#include <mutex>
 #include <string>
 #include <thread>
 
 namespace {
 
-/** A thread that waits for things to do. */
-class CWorker {
-public:
-    ~CWorker() {
-        Do(nullptr);
-        thread.join();
-    }
-
-    void Do(const std::function<void()>& job) {
-        std::unique_lock<std::mutex> lock(mutex);
-        pending = &job;
-        changed.notify_all();
-        changed.wait(lock, [this] { return pending == nullptr; });
-    }
-
-private:
-    void Run() {
-        bool goesOn = true;
-        while (goesOn) {
-            std::unique_lock<std::mutex> lock(mutex);
-            changed.wait(lock, [this] { return pending != nullptr; });
-            goesOn = static_cast<bool>(*pending);
-            if (goesOn) {
-                (*pending)();
-            }
-            pending = nullptr;
-            changed.notify_all();
-        }
-    }
-
-    std::mutex mutex;
-    std::condition_variable changed;
-    const std::function<void()>* pending = nullptr;
-    std::thread thread{&CWorker::Run, this};
-};
-
 using Verb = void (*)(const char* argument);
+
+std::atomic<int> turn{0};
 
 // Formats come from the test: here they are neither literals nor checked.
 void (*const traceFormat)(const char* format, ...) = TraceString;
@@ -71,10 +34,6 @@ void TraceAll(const char* text) {
     traceFormat(text);
     TraceLeave(text);
 }
-
-void TraceOnNewThread(const char* text) { std::thread(TraceAll, text).join(); }
-
-void LeaveOnNewThread(const char* name) { std::thread(TraceLeave, name).join(); }
 
 void TraceNullStructures(const char* /*unused*/) {
     TraceTemplate(nullptr, 3, 0);
@@ -112,12 +71,6 @@ void LimitFiles(const char* bytes) {
     setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-void RunShell(const char* command) {
-    if (system(command) != 0) {
-        exit(1);
-    }
-}
-
 const std::map<std::string, Verb> kVerbs{
     {"enter", TraceEnter},
     {"leave", TraceLeave},
@@ -128,17 +81,27 @@ const std::map<std::string, Verb> kVerbs{
     {"track", UpdateLogsTrackingState},
     {"nulls", TraceNullStructures},
     {"errno", TraceErrno},
-    {"fresh", TraceOnNewThread},
-    {"fresh-leave", LeaveOnNewThread},
+    {"fresh", [](const char* text) { std::thread(TraceAll, text).join(); }},
+    {"fresh-leave", [](const char* name) { std::thread(TraceLeave, name).join(); }},
     {"fork", TraceInChild},
     {"limit", LimitFiles},
-    {"shell", RunShell},
+    {"shell", [](const char* command) { system(command) == 0 ? void() : abort(); }},
 };
 
-void Perform(const std::string& command) {
-    const size_t blank = command.find(' ');
-    const Verb verb = kVerbs.at(command.substr(0, blank));
-    verb(blank != std::string::npos ? command.c_str() + blank + 1 : nullptr);
+/** Performs the commands of one thread, each when it is its turn. */
+void PerformOwn(char thread, char** commands) {
+    for (int i = 0; commands[i] != nullptr; ++i) {
+        const std::string command = commands[i] + (commands[i][0] == '@' ? 3 : 0);
+        if ((commands[i][0] == '@' ? commands[i][1] : '0') == thread) {
+            while (turn != i) {
+                std::this_thread::yield();
+            }
+            const size_t blank = command.find(' ');
+            const Verb verb = kVerbs.at(command.substr(0, blank));
+            verb(blank != std::string::npos ? command.c_str() + blank + 1 : nullptr);
+            ++turn;
+        }
+    }
 }
 
 // Ahead of all static objects of the library: nothing may come of it.
@@ -150,15 +113,11 @@ __attribute__((constructor(101))) void TraceTooEarly() {
 
 }  // namespace
 
-int main(int count, char** arguments) {
-    std::map<std::string, CWorker> workers;
-    for (int i = 1; i < count; ++i) {
-        const std::string command = arguments[i];
-        if (command[0] == '@') {
-            workers[command.substr(1, 1)].Do([&command] { Perform(command.substr(3)); });
-        } else {
-            Perform(command);
-        }
-    }
+int main(int /*count*/, char** arguments) {
+    std::thread first(PerformOwn, '1', arguments + 1);
+    std::thread second(PerformOwn, '2', arguments + 1);
+    PerformOwn('0', arguments + 1);
+    first.join();
+    second.join();
     return 0;
 }

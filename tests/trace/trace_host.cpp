@@ -14,14 +14,12 @@
 
 namespace {
 
-[[maybe_unused]] void TraceTooEarly() {
-    TraceEnter("before the library is loaded");
-    TraceString("before the library is loaded");
-}
-
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 // Called ahead of the initialisers of all shared objects.
-__attribute__((section(".preinit_array"), used)) void (*const beforeAll)() = TraceTooEarly;
+__attribute__((section(".preinit_array"), used)) void (*const beforeAll)() = [] {
+    TraceEnter("before the library is loaded");
+    TraceString("before the library is loaded");
+};
 #endif
 
 /** Made ahead of the first line, so destroyed after the closing lines: then nothing comes out. */
@@ -38,13 +36,12 @@ struct CTracing {
 };
 
 std::string DescribeSignals() {
-    std::string handlers;
-    for (int number = 1; number < 32; ++number) {
-        struct sigaction action {};
-        sigaction(number, nullptr, &action);
+    std::string handlers = setlocale(LC_ALL, nullptr);
+    struct sigaction action {};
+    for (int number = 1; sigaction(number, nullptr, &action) == 0; ++number) {
         handlers += action.sa_handler == SIG_DFL ? 'd' : 'x';
     }
-    return handlers + setlocale(LC_ALL, nullptr);
+    return handlers;
 }
 
 const std::string before = DescribeSignals();

@@ -83,9 +83,19 @@ inline CTHandle<OSSL_PARAM_BLD> Own(OSSL_PARAM_BLD* builder) {
 }
 inline CTHandle<X509> Own(X509* certificate) { return {certificate, X509_free}; }
 
-/** For secret numbers: wiped when they are freed. */
+/** For secret numbers and points: wiped when they are freed. */
 inline CTHandle<BIGNUM> OwnSecret(BIGNUM* number) { return {number, BN_clear_free}; }
 inline CTHandle<EC_POINT> OwnSecret(EC_POINT* point) { return {point, EC_POINT_clear_free}; }
+
+/** For parameters that a builder has made and that hold secret numbers. */
+inline CTHandle<OSSL_PARAM> OwnSecret(OSSL_PARAM* parameters) {
+    return {parameters, [](OSSL_PARAM* held) {
+                for (OSSL_PARAM* row = held; row->key != nullptr; ++row) {
+                    OPENSSL_cleanse(row->data, row->data_size);
+                }
+                OSSL_PARAM_free(held);
+            }};
+}
 
 /** For what OpenSSL allocates as plain bytes. */
 inline CTHandle<unsigned char> OwnBytes(unsigned char* bytes) {

@@ -88,7 +88,7 @@ int CheckPrivateKey(EVP_PKEY* key);
 int CheckKey(EVP_PKEY_CTX* context);
 int CheckKey(EVP_PKEY* key);
 
-/** In bits, and the largest output in bytes. */
+/** In bits, and the largest output in bytes. These throw. */
 int GetKeyBitLength(const EVP_PKEY* key);
 int GetKeySize(const EVP_PKEY* key);
 
@@ -127,6 +127,8 @@ enum class EKeyNumber {
 int GetKeyNumber(const EVP_PKEY* key, EKeyNumber name, CTHandle<BIGNUM>& number);
 int GetKeyNumber(const EVP_PKEY* key, EKeyNumber name, CByteZone& bytes);
 int GetKeyNumber(const EVP_PKEY* key, EKeyNumber name, CSecureByteZone& bytes);
+
+/** Asks for a change. OpenSSL 3.0 agrees to any and makes none in the keys of its own providers. */
 int SetKeyNumber(EVP_PKEY* key, EKeyNumber name, const BIGNUM* number);
 
 /** Kept: the modulus goes to the first zone and the exponent to the second, against the name. */
@@ -157,8 +159,7 @@ CByteZone GetCkaEcParams(int curveId);
 /** The size of the field, in bits. */
 int GetKeyBitLength(const CByteZone& parameters);
 
-/** What a group is made of; p, a, b and order in equal lengths, the field's or, if longer, the
- * order's. */
+/** What a group is made of; p, a and b as long as the field, the order at least so long. */
 struct CEcCurve {
     CByteZone p;
     CByteZone a;
@@ -257,8 +258,9 @@ CTHandle<EVP_PKEY> CreateRsaPrivateKey(const CRsaKeyParts& parts, bool blinding 
 
 /** Domain parameters by name: "dh_1024_160", "dh_2048_224", "dh_2048_256" (RFC 5114). */
 CTHandle<EVP_PKEY> CreateDhParamsKey(const char* group);
-/** Domain parameters of one's own; null numbers are left out. */
+/** Domain parameters of one's own; q may be null. */
 CTHandle<EVP_PKEY> CreateDhParamsKey(const BIGNUM* p, const BIGNUM* q, const BIGNUM* g);
+/** q may be null, and so may one of the last two. */
 CTHandle<EVP_PKEY> CreateDhKey(const BIGNUM* p, const BIGNUM* q, const BIGNUM* g,
                                const BIGNUM* publicKey, const BIGNUM* privateKey);
 
@@ -266,7 +268,8 @@ int GenerateRsaKey(int bits, const BIGNUM* publicExponent, CTHandle<EVP_PKEY>& k
 int GenerateECKeyFromParametersKey(EVP_PKEY* parameters, CTHandle<EVP_PKEY>& key);
 CTHandle<EVP_PKEY> GenerateDhKey(EVP_PKEY* parameters);
 
-/** The shared secret of one's own private and the peer's public key. */
+/** The shared secret of one's own private and the peer's public key; of DH keys without leading
+ * zeros. */
 int DeriveSecret(EVP_PKEY* key, EVP_PKEY* peerKey, CSecureByteZone& secret);
 
 // ---- Signatures
@@ -344,9 +347,9 @@ enum class ECipher {
 };
 
 /**
- * DoCipher with a cipher by name, fetched for the call. A key of a length that its family does not
- * have fails as "EVP_CIPHER_fetch". The ciphers that OpenSSL 3 keeps in its legacy provider are
- * found in a library context of our own.
+ * DoCipher with a cipher by name, fetched on first use and kept. A key of a length that its family
+ * does not have fails as "EVP_CIPHER_fetch". The ciphers that OpenSSL 3 keeps in its legacy
+ * provider are found in a library context of our own.
  */
 template <class KeyZone>
 int RunCipher(ECipher cipher, bool encrypt, const KeyZone& key, unsigned char* out,
@@ -357,22 +360,33 @@ int RunAesGcm(bool encrypt, const KeyZone& key, unsigned char* out, const unsign
 
 // ---- Key files
 
+// The templates are instantiated for plain and secure zones.
+
 /** `selection` as OpenSSL takes it; a null `type` is any. Trailing bytes are not looked at. */
-int CreateKeyFromData(const CByteZone& data, const char* format, int selection, const char* type,
+template <class Zone>
+int CreateKeyFromData(const Zone& data, const char* format, int selection, const char* type,
                       CTHandle<EVP_PKEY>& key);
+template <class Zone>
 int ExportKey(const EVP_PKEY* key, const char* format, int selection, const char* structure,
-              CByteZone& out);
+              Zone& out);
 
 // What the data must contain: the private part, the public part, both or whatever there is.
-CTHandle<EVP_PKEY> CreateRsaKeyFromPem(const CByteZone& pem, bool withPrivate, bool withPublic);
-CTHandle<EVP_PKEY> CreateRsaKeyFromDer(const CByteZone& der, bool withPrivate, bool withPublic);
+template <class Zone>
+CTHandle<EVP_PKEY> CreateRsaKeyFromPem(const Zone& pem, bool withPrivate, bool withPublic);
+template <class Zone>
+CTHandle<EVP_PKEY> CreateRsaKeyFromDer(const Zone& der, bool withPrivate, bool withPublic);
+
 CTHandle<EVP_PKEY> CreateEcParamsKeyFromDer(const CByteZone& der);
+
+/** PKCS #3, or X9.42 with its q; the key is of the type "DH" in both cases. */
 CTHandle<EVP_PKEY> CreateDhParamsKeyFromDer(const CByteZone& der);
+
+/** The name of a group, or its numbers; of DH groups without a name, q is left out (PKCS #3). */
 CByteZone ParamsToDer(const EVP_PKEY* key);
 
 /** PKCS #1 or SEC 1 for private keys; PKCS #1 for public RSA keys, SubjectPublicKeyInfo for others.
- */
-CByteZone KeyToDer(const EVP_PKEY* key, bool withPrivate, bool withPublic);
+ * Neither part fails. */
+CSecureByteZone KeyToDer(const EVP_PKEY* key, bool withPrivate, bool withPublic);
 CByteZone PublicKeyToPem(const EVP_PKEY* key);
 
 }  // namespace OpenSSLWrap

@@ -1,0 +1,122 @@
+#include "crypto/block_ops.h"
+#include "crypto/cmac.h"
+#include "crypto/retail_mac.h"
+#include "support/log_capture.h"
+#include "support/stanza_file.h"
+#include "support/string_print.h"
+#include "util/exception.h"
+
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+
+static CByteZone Cmac(const CByteZone& key, const CByteZone& mask, const CByteZone& data) {
+    CByteZone mac;
+    ComputeCMAC(key, mask, data, mac);
+    return mac;
+}
+
+/** Runs one operation; `out` comes with the size that it has beforehand. */
+static void RunBlockOp(const std::string& op, const CByteZone& a, const CByteZone& b, size_t number,
+                       CByteZone& out) {
+    CSecureByteZone k1, k2, k3;
+    op == "xor"       ? ComputeXor(a, b, out)
+    : op == "shift"   ? BitLeftShift(a, number, out)
+    : op == "pad"     ? PadISO9797M2(a, out, number)
+    : op == "unpad"   ? UnpadISO9797M2(a, out)
+    : op == "split"   ? SetScheduleKeys(a, k1, k2, k3)
+    : op == "retail"  ? ComputeDES3RetailMAC(b, b, out = a)
+    : op == "cmac"    ? ComputeCMAC(b, a, out)
+    : op == "subkeys" ? GenerateCmacSubkeys(b, out, out)
+    : op == "ecb"     ? EncryptAesEcb(a, b, out)
+    : op == "cbc"     ? EncryptAesCbc(a, b, CByteZone(number, 0), out)
+                      : DecryptAesCbc(a, b, CByteZone(number, 0), out);
+    for (const CSecureByteZone& key : {k1, k2, k3}) {
+        out.Append(key.GetData(), key.GetSize());
+    }
+}
+
+TEST(BlockOps, GiveBytesOrCodes) {
+    FOR_EACH_STANZA(row, ReadStanzas("crypto/block_ops.txt")) {
+        CByteZone b = row.Has("b") ? row.Bytes("b") : CByteZone();
+        CByteZone out = row.Has("room") ? row.Bytes("room") : CByteZone();
+        const size_t number =
+            row.Has("number_int") ? static_cast<size_t>(row.Int("number_int")) : 0;
+        unsigned long code = 0;
+        try {
+            RunBlockOp(row.Text("op_text"), row.Bytes("a"), b, number, out);
+        } catch (const CCkException& exception) {
+            code = exception.GetErrorCode();
+        }
+        EXPECT_EQ(code, row.Has("code_int") ? row.Int("code_int") : 0);
+        EXPECT_TRUE(code != 0 || out == row.Bytes("out")) << testing::PrintToString(out);
+    }
+}
+
+TEST(Cmac, MatchesPublicVectors) {
+    FOR_EACH_STANZA(row, ReadSharedStanzas("cmac.txt")) {
+        CByteZone key = row.Bytes("key"), k1, k2, l;
+        if (row.Has("mac")) {
+            EXPECT_EQ(Cmac(key, CByteZone(), row.Bytes("message")), row.Bytes("mac"));
+            continue;
+        }
+        GenerateCmacSubkeys(key, k1, k2);
+        EncryptAesEcb(CByteZone(16, 0), key, l);
+        EXPECT_EQ(l, row.Bytes("l"));
+        EXPECT_EQ(k1, row.Bytes("k1"));
+        EXPECT_EQ(k2, row.Bytes("k2"));
+    }
+}
+
+TEST(Cmac, IsTheSameForAnyLengthAndMasksTheFirstBlock) {
+    const CByteZone key(24, 9);
+    for (const size_t size : {16, 17, 32, 33, 4111, 4112, 4113, 4128, 8208, 8209, 100000}) {
+        CByteZone data(size, 0xA5), mac(16, 0);
+        data[size / 2] = 1;
+        ASSERT_NE(EVP_Q_mac(nullptr, "CMAC", nullptr, "AES-192-CBC", nullptr, key.GetData(), 24,
+                            data.GetData(), size, mac.GetData(), 16, nullptr),
+                  nullptr);
+        EXPECT_EQ(Cmac(key, CByteZone(), data), mac) << size;
+        data[15] ^= 0x3C;
+        EXPECT_EQ(Cmac(key, CByteZone(1, 0x3C), data), mac) << size;
+    }
+    EXPECT_NE(Cmac(key, CByteZone(1, 1), CByteZone()), Cmac(key, CByteZone(), CByteZone()));
+}
+
+TEST(RetailMac, MatchesPublicVectors) {
+    FOR_EACH_STANZA(row, ReadSharedStanzas("retail_mac.txt")) {
+        CSecureByteZone k1, k2, k3;
+        SetScheduleKeys(row.Bytes("key"), k1, k2, k3);
+        CByteZone data = row.Bytes("data"), padded = row.Bytes("padded");
+        if (row.Text("padding_text") == "method2") {
+            PadISO9797M2(data, data, 8);
+            EXPECT_EQ(data, padded);
+        }
+        ComputeDES3RetailMAC(k1, k2, padded);
+        EXPECT_EQ(padded, row.Bytes("mac"));
+    }
+}
+
+TEST(BlockOps, MatchPublicPaddingVectors) {
+    FOR_EACH_STANZA(row, ReadSharedStanzas("padding.txt")) {
+        const CByteZone padded = row.Bytes("padded");
+        CByteZone out = padded;
+        if (row.Has("result_text") && row.Text("result_text") == "error") {
+            EXPECT_THROW(UnpadISO9797M2(padded, out), CCkException);
+            continue;
+        }
+        UnpadISO9797M2(out, out);
+        EXPECT_EQ(out, row.Bytes("data"));
+        PadISO9797M2(out, out, row.Has("block_int") ? size_t(row.Int("block_int")) : 8);
+        EXPECT_TRUE(out == padded || !row.Has("block_int"));
+    }
+}
+
+TEST(Crypto, LeavesHostHeapLogAndMemoryAsItShould) {
+    CLogHome home;
+    // The host's context, heap calls of three MACs, the key while it is held and afterwards.
+    EXPECT_EQ(home.Run("cipher_child", {}), "100110 20\n4 4 4 10\n");
+    const std::string log = home.BodyText();
+    FOR_EACH_STANZA(row, ReadStanzas("crypto/mac_log.txt")) {
+        EXPECT_NE(log.find(row.Text("lines_text")), std::string::npos) << log;
+    }
+}

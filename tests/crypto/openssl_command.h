@@ -1,0 +1,43 @@
+/**
+ * The `openssl` command as the other side of what we make and read.
+ */
+#pragma once
+
+#include "support/settings_home.h"
+#include "util/ct_zone.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+/** The curves of the standardized domain parameters 8 to 18 (BSI TR-03110-3, A.2.1.1). */
+constexpr const char* kCurves[] = {"prime192v1",      "brainpoolP192r1", "secp224r1",
+                                   "brainpoolP224r1", "prime256v1",      "brainpoolP256r1",
+                                   "brainpoolP320r1", "secp384r1",       "brainpoolP384r1",
+                                   "brainpoolP512r1", "secp521r1"};
+
+/** The command, run in a temporary directory of its own. */
+class COpensslCommand {
+public:
+    /** Whether the command ends in order. */
+    bool Run(const std::string& arguments) const {
+        const std::string command =
+            "cd " + home.Path("") + " && openssl " + arguments + " </dev/null >/dev/null 2>&1";
+        return std::system(command.c_str()) == 0;
+    }
+
+    template <class Zone>
+    void Write(const std::string& name, const Zone& bytes) const {
+        home.Write(name, std::string(bytes.begin(), bytes.end()));
+    }
+
+    CByteZone Read(const std::string& name) const {
+        std::ifstream file(home.Path(name), std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        return CByteZone(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    }
+
+private:
+    CSettingsHome home;
+};

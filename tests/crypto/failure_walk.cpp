@@ -164,16 +164,11 @@ struct CWalk {
     int (*run)(CBench& b);
 };
 
-#define CODE(...)                                                   \
-    {                                                               \
-#__VA_ARGS__, [](CBench & b) -> int { return __VA_ARGS__; } \
-    }
-#define THROWS(...)                                                                                    \
-    {                                                                                                  \
-#__VA_ARGS__, [](CBench& b) -> int { static_cast<void>(b), static_cast<void>(__VA_ARGS__); return 1; } \
-    }
-
 // clang-format off
+#define CODE(...) {#__VA_ARGS__, [](CBench& b) -> int { return __VA_ARGS__; }}
+#define THROWS(...) {#__VA_ARGS__, [](CBench& b) -> int { \
+    static_cast<void>(b), static_cast<void>(__VA_ARGS__); return 1; }}
+
 const CWalk kOperations[] = {
     THROWS(GenerateRandom(b.buffer, sizeof b.buffer)),
     CODE(Sha256(b.digest, b.zone)),
@@ -226,7 +221,8 @@ const CWalk kOperations[] = {
     CODE(DeriveSecret(b.dh.Get(), b.dh.Get(), b.secret)),
     CODE(InitSign(b.rsa.Get(), RSA_PKCS1_PADDING, EVP_sha256(), b.context)),
     CODE(Sign(b.context.Get(), b.digest, b.zone)),
-    CODE(InitVerify(b.rsa.Get(), RSA_PKCS1_PSS_PADDING, EVP_sha256(), EVP_sha1(), &kSaltLength, b.context)),
+    CODE(InitVerify(b.rsa.Get(), RSA_PKCS1_PSS_PADDING, EVP_sha256(), EVP_sha1(), &kSaltLength,
+                    b.context)),
     CODE(InitVerify(b.rsa.Get(), 0, EVP_sha256(), nullptr, nullptr, b.context)),
     CODE(Verify(b.context.Get(), b.signature, b.digest)),
     CODE(InitVerifyRecover(b.rsa.Get(), RSA_PKCS1_PADDING, EVP_sha256(), b.context)),
@@ -235,10 +231,13 @@ const CWalk kOperations[] = {
     CODE(Encrypt(b.context.Get(), b.digest, b.zone)),
     CODE(InitDecrypt(b.rsa.Get(), RSA_PKCS1_OAEP_PADDING, b.context)),
     CODE(Decrypt(b.context.Get(), b.oaep, b.secret)),
-    CODE(DoRsaEncryptOAEP(b.rsa.Get(), b.buffer, b.length, b.digest.GetData(), 32, EVP_sha1(), EVP_sha1(), b.digest)),
+    CODE(DoRsaEncryptOAEP(b.rsa.Get(), b.buffer, b.length, b.digest.GetData(), 32, EVP_sha1(),
+                          EVP_sha1(), b.digest)),
     THROWS(b.secret = DecryptRsaOaepSha1(b.oaep, b.rsa.Get())),
-    CODE(RunCipher(ECipher::AesCbc, true, b.key16, b.buffer, b.digest.GetData(), 32, b.iv, false, true)),
-    CODE(RunCipher(ECipher::Rc2Cbc, true, b.key16, b.buffer, b.digest.GetData(), 32, b.rc2Iv, true, false)),
+    CODE(RunCipher(ECipher::AesCbc, true, b.key16, b.buffer, b.digest.GetData(), 32, b.iv, false,
+                   true)),
+    CODE(RunCipher(ECipher::Rc2Cbc, true, b.key16, b.buffer, b.digest.GetData(), 32, b.rc2Iv, true,
+                   false)),
     CODE(GcmThereAndBack(b)),
     THROWS(b.key = CreateRsaKeyFromDer(b.rsaDer, true, true)),
     THROWS(b.key = CreateRsaKeyFromPem(b.rsaPem, false, true)),
@@ -290,7 +289,8 @@ const CWalk kInvalid[] = {
     ZERO(Encrypt, Encrypt(b.anyContext.Get(), kNothing, b.zone)),
     ZERO(InitDecrypt, InitDecrypt(nullptr, 0, b.context)),
     ZERO(Decrypt, Decrypt(nullptr, b.digest, b.secret)),
-    ZERO(DoRsaEncryptOAEP, DoRsaEncryptOAEP(b.rsa.Get(), nullptr, b.length, b.buffer, 9, nullptr, EVP_sha1(), kNothing)),
+    ZERO(DoRsaEncryptOAEP, DoRsaEncryptOAEP(b.rsa.Get(), nullptr, b.length, b.buffer, 9, nullptr,
+                                            EVP_sha1(), kNothing)),
     INVALID(DecryptRsaOaep, DecryptRsaOaepSha1(kNothing, b.rsa.Get())),
     ZERO(CreateKeyFromData, CreateKeyFromData(kNothing, "DER", 0, nullptr, b.key)),
     ZERO(ExportKey, ExportKey(nullptr, "DER", 0, nullptr, b.zone)),

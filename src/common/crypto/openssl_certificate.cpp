@@ -70,6 +70,9 @@ CByteZone X509toPEMData(X509* certificate) {
     }
     const unsigned char* begin = nullptr;
     const long size = BIO_get_mem_data(text.Get(), &begin);
+    if (size <= 0) {
+        RAISE_OPENSSL("BIO_get_mem_data");
+    }
     return CByteZone(begin, static_cast<size_t>(size));
 }
 

@@ -71,8 +71,11 @@ void Raw2DerSignature(const CByteZone& raw, CByteZone& der) {
         RAISE_OPENSSL("BN_bin2bn");
     }
     const auto signature = Own(ECDSA_SIG_new());
+    if (!signature) {
+        RAISE_OPENSSL("ECDSA_SIG_new");
+    }
     // ECDSA_SIG_set0 takes both numbers when it succeeds.
-    if (!signature || ECDSA_SIG_set0(signature.Get(), r.Get(), s.Get()) != 1) {
+    if (ECDSA_SIG_set0(signature.Get(), r.Get(), s.Get()) != 1) {
         RAISE_OPENSSL("ECDSA_SIG_set0");
     }
     r.Detach();

@@ -9,16 +9,24 @@ namespace OpenSSLWrap {
 
 namespace {
 
-/** The DER of the curve's object identifier; empty when it has none, or on a reported failure. */
-CByteZone GetCurveOid(const EC_GROUP* group) {
+/** The DER of the curve's object identifier, when it has one. Null, or the call that failed. */
+const char* ReadCurveOid(const EC_GROUP* group, CByteZone& oid) {
     const int curve = EC_GROUP_get_curve_name(group);
     if (curve == NID_undef) {
-        return {};
+        return nullptr;
+    }
+    const ASN1_OBJECT* const object = OBJ_nid2obj(curve);
+    if (object == nullptr) {
+        return "OBJ_nid2obj";
     }
     unsigned char* made = nullptr;
-    const int size = i2d_ASN1_OBJECT(OBJ_nid2obj(curve), &made);
+    const int size = i2d_ASN1_OBJECT(object, &made);
     const auto der = OwnBytes(made);
-    return size > 0 ? CByteZone(der.Get(), static_cast<size_t>(size)) : CByteZone();
+    if (size <= 0) {
+        return "i2d_ASN1_OBJECT";
+    }
+    oid.Assign(der.Get(), static_cast<size_t>(size));
+    return nullptr;
 }
 
 }  // namespace
@@ -94,13 +102,20 @@ CEcCurve GetEcCurveComponents(const CByteZone& parameters) {
     if (generator == nullptr) {
         RAISE_OPENSSL("EC_GROUP_get0_generator");
     }
+    CByteZone oid;
+    if (const char* const failed = ReadCurveOid(group.Get(), oid)) {
+        RAISE_OPENSSL(failed);
+    }
     const size_t field = GetFieldSize(group.Get());
     // An order may take one byte more than the field does.
     const size_t orderSize = std::max(field, static_cast<size_t>(BN_num_bytes(order.Get())));
-    return {BignumToBuffer(p.Get(), field),    BignumToBuffer(a.Get(), field),
-            BignumToBuffer(b.Get(), field),    BignumToBuffer(order.Get(), orderSize),
-            BignumToBuffer(cofactor.Get(), 0), GetUncompressedEcPointData(group.Get(), generator),
-            GetCurveOid(group.Get())};
+    return {BignumToBuffer(p.Get(), field),
+            BignumToBuffer(a.Get(), field),
+            BignumToBuffer(b.Get(), field),
+            BignumToBuffer(order.Get(), orderSize),
+            BignumToBuffer(cofactor.Get(), 0),
+            GetUncompressedEcPointData(group.Get(), generator),
+            oid};
 }
 
 CEcCurve GetEcCurveComponents(const CByteZone& parameters, CByteZone& generatorX,

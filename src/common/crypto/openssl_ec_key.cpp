@@ -15,7 +15,11 @@ CTHandle<OSSL_PARAM> DescribeGroup(const EC_GROUP* group) {
     const auto p = Own(BN_new());
     const auto a = Own(BN_new());
     const auto b = Own(BN_new());
-    if (!p || !a || !b || EC_GROUP_get_curve(group, p.Get(), a.Get(), b.Get(), nullptr) != 1) {
+    if (!p || !a || !b) {
+        ReportOpenSSLError("BN_new");
+        return {};
+    }
+    if (EC_GROUP_get_curve(group, p.Get(), a.Get(), b.Get(), nullptr) != 1) {
         ReportOpenSSLError("EC_GROUP_get_curve");
         return {};
     }

@@ -122,8 +122,11 @@ void CompressEcPoint(const EVP_PKEY* key, CByteZone& out) {
     }
     const CByteZone encoded = GetStoredPoint(key);
     const auto point = Own(EC_POINT_new(group.Get()));
-    if (!point || EC_POINT_oct2point(group.Get(), point.Get(), encoded.GetData(), encoded.GetSize(),
-                                     nullptr) != 1) {
+    if (!point) {
+        RAISE_OPENSSL("EC_POINT_new");
+    }
+    if (EC_POINT_oct2point(group.Get(), point.Get(), encoded.GetData(), encoded.GetSize(),
+                           nullptr) != 1) {
         RAISE_OPENSSL("EC_POINT_oct2point");
     }
     CompressEcPoint(group.Get(), point.Get(), out);

@@ -167,13 +167,20 @@ CByteZone ComputeEcCkaId(const EVP_PKEY* key) {
         RAISE_INVALID_PARAMETERS("OpenSSLWrap::ComputeEcCkaId: invalid parameters.");
     }
     CByteZone encoded = GetStoredPoint(key);
-    if (encoded.IsEmpty()) {
+    // Keys that were read with a compressed point tell it in that form.
+    if (encoded.IsEmpty() || encoded[0] != POINT_CONVERSION_UNCOMPRESSED) {
         CTHandle<EC_GROUP> group;
         CTHandle<BIGNUM> scalar;
-        if (CreateEcGroup(key, group) <= 0 || GetKeyNumber(key, EKeyNumber::Priv, scalar) <= 0) {
+        CTHandle<EC_POINT> point;
+        if (CreateEcGroup(key, group) <= 0 ||
+            (encoded.IsEmpty() && GetKeyNumber(key, EKeyNumber::Priv, scalar) <= 0)) {
             RAISE(OPENSSL_FUNCTION_FAILED());
         }
-        const auto point = GetEcPointFromPrivateKey(group.Get(), scalar.Get());
+        if (encoded.IsEmpty()) {
+            point = GetEcPointFromPrivateKey(group.Get(), scalar.Get());
+        } else {
+            GetEcPoint(OctetString2Der(encoded), group.Get(), point);
+        }
         encoded = GetUncompressedEcPointData(group.Get(), point.Get());
     }
     CByteZone id;

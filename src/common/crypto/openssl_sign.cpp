@@ -6,6 +6,16 @@
 
 namespace OpenSSLWrap {
 
+static int SetPaddingAndDigest(EVP_PKEY_CTX* context, int padding, const EVP_MD* digest) {
+    if (padding != 0) {
+        TRY_OPENSSL(EVP_PKEY_CTX_set_rsa_padding, context, padding);
+    }
+    if (digest != nullptr) {
+        TRY_OPENSSL(EVP_PKEY_CTX_set_signature_md, context, digest);
+    }
+    return 1;
+}
+
 int InitSign(EVP_PKEY* key, int padding, const EVP_MD* digest, CTHandle<EVP_PKEY_CTX>& context) {
     context.Reset();
     if (key == nullptr) {
@@ -14,14 +24,11 @@ int InitSign(EVP_PKEY* key, int padding, const EVP_MD* digest, CTHandle<EVP_PKEY
     CTHandle<EVP_PKEY_CTX> made;
     TRY_OPENSSL_NEW(made, EVP_PKEY_CTX_new, key, nullptr);
     TRY_OPENSSL(EVP_PKEY_sign_init, made.Get());
-    if (padding != 0) {
-        TRY_OPENSSL(EVP_PKEY_CTX_set_rsa_padding, made.Get(), padding);
+    const int result = SetPaddingAndDigest(made.Get(), padding, digest);
+    if (result > 0) {
+        context = std::move(made);
     }
-    if (digest != nullptr) {
-        TRY_OPENSSL(EVP_PKEY_CTX_set_signature_md, made.Get(), digest);
-    }
-    context = std::move(made);
-    return 1;
+    return result;
 }
 
 int Sign(EVP_PKEY_CTX* context, const CByteZone& digest, unsigned char* signature, size_t& length) {
@@ -83,14 +90,11 @@ int InitVerifyRecover(EVP_PKEY* key, int padding, const EVP_MD* digest,
     CTHandle<EVP_PKEY_CTX> made;
     TRY_OPENSSL_NEW(made, EVP_PKEY_CTX_new, key, nullptr);
     TRY_OPENSSL(EVP_PKEY_verify_recover_init, made.Get());
-    if (padding != 0) {
-        TRY_OPENSSL(EVP_PKEY_CTX_set_rsa_padding, made.Get(), padding);
+    const int result = SetPaddingAndDigest(made.Get(), padding, digest);
+    if (result > 0) {
+        context = std::move(made);
     }
-    if (digest != nullptr) {
-        TRY_OPENSSL(EVP_PKEY_CTX_set_signature_md, made.Get(), digest);
-    }
-    context = std::move(made);
-    return 1;
+    return result;
 }
 
 int VerifyRecover(EVP_PKEY_CTX* context, const CByteZone& signature, unsigned char* recovered,

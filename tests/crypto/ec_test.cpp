@@ -1,66 +1,55 @@
+#include "crypto/key_parameters.h"
+#include "crypto/openssl_command.h"
 #include "crypto/openssl_wrapper.h"
-#include "openssl_command.h"
 #include "support/stanza_file.h"
 #include "support/string_print.h"
 
 #include <gtest/gtest.h>
+#include <openssl/core_names.h>
 #include <openssl/err.h>
-
-#include <initializer_list>
 
 using namespace OpenSSLWrap;
 
 namespace {
 
-CTHandle<BIGNUM> Number(const CByteZone& bytes) {
+CTHandle<BIGNUM> NumberOf(const CByteZone& bytes) {
     return Own(BN_bin2bn(bytes.GetData(), static_cast<int>(bytes.GetSize()), nullptr));
 }
 
-CByteZone Cut(const CByteZone& bytes, size_t length) { return CByteZone(bytes.GetData(), length); }
-
-/** Throw-style operations refuse each cut of the input, and leave nothing in the queue. */
+/** Each beginning of the data is refused, and nothing stays in the queue. */
 template <class Call>
-void ExpectEachCutRefused(const CByteZone& whole, Call call) {
+void ExpectCutsRefused(const CByteZone& whole, Call call) {
     for (size_t length = 0; length < whole.GetSize(); ++length) {
-        EXPECT_THROW(call(Cut(whole, length)), CException) << length;
+        EXPECT_THROW(call(CByteZone(whole.GetData(), length)), CException) << length;
     }
     EXPECT_EQ(ERR_peek_error(), 0U);
 }
 
-/** The point `scalar` times the generator, by every road that leads to it. */
-void ExpectMultiple(const CByteZone& parameters, const CByteZone& scalar, const CByteZone& point) {
+/** A multiple of the generator, by every way that leads to it or back. */
+void ExpectMultiple(const CByteZone& parameters, const CByteZone& scalar, const CByteZone& octets) {
     const auto group = CreateEcGroup(parameters);
-    const auto number = Number(scalar);
+    const size_t field = octets.GetSize() / 2;
+    const CByteZone x(octets.GetData() + 1, field);
+    const CByteZone y(octets.GetData() + 1 + field, field);
     CByteZone out;
-    GetUncompressedEcPointData(parameters, scalar, out);
-    EXPECT_EQ(out, point);
-    GetUncompressedEcPointData(parameters, OctetString2Der(point), out);
-    EXPECT_EQ(out, point);
-    const size_t field = (point.GetSize() - 1) / 2;
-    const CByteZone x(point.GetData() + 1, field);
-    const CByteZone y(point.GetData() + 1 + field, field);
-    EXPECT_EQ(Der2OctetString(GetCkaEcPoint(x, y)), point);
-    const auto key = CreateEcKey(group.Get(), number.Get());
+    for (const CByteZone& value : {scalar, GetCkaEcPoint(x, y)}) {
+        GetUncompressedEcPointData(parameters, value, out);
+        EXPECT_EQ(out, octets);
+    }
+    const auto point = GetEcPointFromPrivateKey(group.Get(), NumberOf(scalar).Get());
+    EXPECT_EQ(Der2OctetString(GetCkaEcPoint(group.Get(), point.Get())), octets);
+    CompressEcPoint(group.Get(), point.Get(), out);
+    EXPECT_EQ(out, x);
+    const auto read = Own(BN_new());
+    EXPECT_EQ(GetAffineCoordinates(group.Get(), point.Get(), nullptr, read.Get()), 1);
+    EXPECT_EQ(BignumToBuffer(read.Get(), field), y);
+    EXPECT_EQ(SetAffineCoordinates(group.Get(), point.Get(), NumberOf(x).Get(), read.Get()), 1);
+    const auto key = CreateEcKey(group.Get(), NumberOf(scalar).Get());
     CompressEcPoint(key.Get(), out);
     EXPECT_EQ(out, x);
-    EXPECT_EQ(ComputeEcCkaId(key.Get()), Sha1(point));
-    EXPECT_EQ(ComputeEcCkaId(parameters, scalar), Sha1(point));
-    CByteZone off = point;
-    off[off.GetSize() - 1] ^= 1;
-    CTHandle<EC_POINT> read;
-    EXPECT_THROW(GetEcPoint(OctetString2Der(off), group.Get(), read), OPENSSL_FUNCTION_FAILED);
-    EXPECT_FALSE(read);
+    EXPECT_EQ(ComputeEcCkaId(key.Get()), Sha1(octets));
+    EXPECT_EQ(ComputeEcCkaId(parameters, scalar), Sha1(octets));
     EXPECT_EQ(ERR_peek_error(), 0U);
-}
-
-/** A group like another, with a generator that makes it nobody's. */
-CTHandle<EC_GROUP> WithOtherGenerator(const EC_GROUP* group, const CByteZone& generator) {
-    auto mapped = Own(EC_GROUP_dup(group));
-    CTHandle<EC_POINT> point;
-    GetEcPoint(OctetString2Der(generator), group, point);
-    EC_GROUP_set_generator(mapped.Get(), point.Get(), EC_GROUP_get0_order(group),
-                           EC_GROUP_get0_cofactor(group));
-    return mapped;
 }
 
 }  // namespace
@@ -68,111 +57,146 @@ CTHandle<EC_GROUP> WithOtherGenerator(const EC_GROUP* group, const CByteZone& ge
 TEST(EcCurves, HavePublishedPartsAndMultiples) {
     FOR_EACH_STANZA(curve, ReadSharedStanzas("ec_curves.txt")) {
         EXPECT_EQ(kCurves[curve.Int("domain_int") - 8], curve.Text("curve_text"));
-        EXPECT_EQ(curve.Int("cofactor_int"), 1);
         const CByteZone named = curve.Bytes("parameters_named");
         EXPECT_EQ(GetCkaEcParams(OBJ_sn2nid(curve.Text("curve_text").c_str())), named);
         for (const CByteZone& parameters : {named, curve.Bytes("parameters_explicit")}) {
-            const CEcCurve parts = GetEcCurveComponents(parameters);
+            CByteZone x;
+            CByteZone y;
+            const CEcCurve parts = GetEcCurveComponents(parameters, x, y);
             EXPECT_EQ(parts.p, curve.Bytes("p"));
             EXPECT_EQ(parts.a, curve.Bytes("a"));
             EXPECT_EQ(parts.b, curve.Bytes("b"));
             EXPECT_EQ(parts.order, curve.Bytes("order"));
-            EXPECT_EQ(parts.cofactor, CByteZone(1, 1));
+            EXPECT_EQ(parts.cofactor, CByteZone(1, curve.Int("cofactor_int")));
             EXPECT_EQ(parts.generator, curve.Bytes("generator"));
+            EXPECT_EQ(GetCkaEcPoint(x, y), OctetString2Der(parts.generator));
+            EXPECT_EQ(parts.oid, named);
+            EXPECT_EQ(GetCkaEcParams(CreateEcGroup(parameters).Get()), parameters);
+            for (const std::string name : {"k0", "k1", "k2", "k3", "k4"}) {
+                ExpectMultiple(parameters, curve.Bytes(name), curve.Bytes(name + "_point"));
+            }
             ExpectMultiple(parameters, curve.Bytes("leading_zero_k"),
                            curve.Bytes("leading_zero_point"));
-        }
-        EXPECT_EQ(GetEcCurveComponents(named).oid, named);
-        for (const std::string name : {"k0", "k1", "k2", "k3", "k4"}) {
-            ExpectMultiple(named, curve.Bytes(name), curve.Bytes(name + "_point"));
+            ExpectCutsRefused(parameters, [](const CByteZone& cut) { CreateEcGroup(cut); });
         }
         EXPECT_EQ(Sha1(curve.Bytes("k4_point")), curve.Bytes("k4_point_sha1"));
-        ExpectEachCutRefused(named, [](const CByteZone& der) { CreateEcGroup(der); });
+    }
+    // An order that is longer than the field.
+    const CEcCurve odd = GetEcCurveComponents(GetCkaEcParams(NID_secp160r1));
+    EXPECT_EQ(odd.p.GetSize() + 1, odd.order.GetSize());
+}
+
+TEST(EcKeys, KeepAMappedGeneratorAndOneId) {
+    for (const char* curve : kCurves) {
+        SCOPED_TRACE(curve);
+        const auto group = CreateEcGroup(GetCkaEcParams(OBJ_sn2nid(curve)));
+        const auto times = [&](int scalar) {
+            return GetEcPointFromPrivateKey(group.Get(), IntToBignum(scalar).Get());
+        };
+        const auto mapped = Own(EC_GROUP_dup(group.Get()));
+        EC_GROUP_set_generator(mapped.Get(), times(3).Get(), EC_GROUP_get0_order(group.Get()),
+                               BN_value_one());
+        const auto parameters = CreateEcParamsKey(mapped.Get());
+        const CByteZone der = ParamsToDer(parameters.Get());
+        EXPECT_TRUE(GetEcCurveComponents(der).oid.IsEmpty());
+        ExpectMultiple(der, CByteZone(1, 1),
+                       GetUncompressedEcPointData(group.Get(), times(3).Get()));
+        ExpectMultiple(der, CByteZone(1, 5),
+                       GetUncompressedEcPointData(group.Get(), times(15).Get()));
+        CTHandle<EVP_PKEY> generated;
+        EXPECT_EQ(GenerateECKeyFromParametersKey(parameters.Get(), generated), 1);
+        EXPECT_EQ(CheckKey(generated.Get()), 1);
+
+        // The id of a key does not depend on how, or whether, it keeps its point.
+        const auto five = IntToBignum(5);
+        CKeyParameters numbers;
+        numbers.Push(OSSL_PKEY_PARAM_GROUP_NAME, curve);
+        numbers.Push(OSSL_PKEY_PARAM_PRIV_KEY, five.Get());
+        const auto bare = CreateKey("EC", EVP_PKEY_KEYPAIR, numbers.Build().Get());
+        const auto full = CreateEcKey(group.Get(), five.Get());
+        const CByteZone id = ComputeEcCkaId(full.Get());
+        EXPECT_EQ(ComputeEcCkaId(bare.Get()), id);
+        EVP_PKEY_set_utf8_string_param(full.Get(), OSSL_PKEY_PARAM_EC_POINT_CONVERSION_FORMAT,
+                                       OSSL_PKEY_EC_POINT_CONVERSION_FORMAT_COMPRESSED);
+        EXPECT_EQ(ComputeEcCkaId(full.Get()), id);
+        EXPECT_EQ(ERR_peek_error(), 0U);
     }
 }
 
-TEST(EcKeys, MappedGeneratorMakesAnExplicitGroup) {
-    FOR_EACH_STANZA(curve, ReadSharedStanzas("ec_curves.txt")) {
-        const auto group = CreateEcGroup(curve.Bytes("parameters_named"));
-        const auto mapped = WithOtherGenerator(group.Get(), curve.Bytes("k1_point"));
-        const auto parameters = CreateEcParamsKey(mapped.Get());
-        CTHandle<EC_GROUP> rebuilt;
-        EXPECT_EQ(CreateEcGroup(parameters.Get(), rebuilt), 1);
-        EXPECT_EQ(GetUncompressedEcPointData(rebuilt.Get(), EC_GROUP_get0_generator(rebuilt.Get())),
-                  curve.Bytes("k1_point"));
-        CTHandle<EVP_PKEY> generated;
-        EXPECT_EQ(GenerateECKeyFromParametersKey(parameters.Get(), generated), 1);
-        const auto one = Own(BN_new());
-        BN_one(one.Get());
-        CByteZone x;
-        CompressEcPoint(CreateEcKey(mapped.Get(), one.Get()).Get(), x);
-        EXPECT_EQ(x, CByteZone(curve.Bytes("k1_point").GetData() + 1, x.GetSize()));
-        curve.Skip();
+TEST(EcPoints, OffTheCurveOrNowhereAreRefused) {
+    const auto group = CreateEcGroup(GetCkaEcParams(NID_X9_62_prime256v1));
+    const CByteZone good = GetCkaEcPoint(group.Get(), EC_GROUP_get0_generator(group.Get()));
+    CTHandle<EC_POINT> point;
+    ExpectCutsRefused(good, [&](const CByteZone& cut) { GetEcPoint(cut, group.Get(), point); });
+    for (const size_t place : {size_t{2}, size_t{3}, good.GetSize() - 1}) {
+        CByteZone bad = good;
+        bad[place] ^= 1;
+        EXPECT_THROW(GetEcPoint(bad, group.Get(), point), OPENSSL_FUNCTION_FAILED) << place;
     }
+    EXPECT_FALSE(point);
+    // Nowhere can be read; it has no coordinates.
+    GetEcPoint(OctetString2Der(CByteZone(1, 0)), group.Get(), point);
+    CByteZone x;
+    EXPECT_THROW(CompressEcPoint(group.Get(), point.Get(), x), OPENSSL_FUNCTION_FAILED);
+    EXPECT_LE(GetAffineCoordinates(group.Get(), point.Get(), nullptr, nullptr), 0);
+    EXPECT_LE(SetAffineCoordinates(group.Get(), point.Get(), BN_value_one(), BN_value_one()), 0);
+    EXPECT_LE(CheckKey(CreateEcKey(group.Get(), IntToBignum(0).Get()).Get()), 0);
+    EXPECT_EQ(ERR_peek_error(), 0U);
 }
 
 TEST(EcdsaSignatures, ConvertAsPublished) {
     FOR_EACH_STANZA(row, ReadSharedStanzas("ecdsa_der.txt")) {
         const CByteZone der = row.Bytes("der");
         CByteZone raw;
-        if (row.Text("result_text") == "error") {
-            EXPECT_ANY_THROW(Der2RawSignature(der, raw));
-            EXPECT_EQ(ERR_peek_error(), 0U);
-            continue;
-        }
-        Der2RawSignature(der, raw);
-        EXPECT_EQ(raw, row.Bytes("raw"));
         CByteZone again;
-        Raw2DerSignature(raw, again);
-        EXPECT_EQ(again == der, row.Text("canonical_text") == "yes");
+        if (row.Text("result_text") == "error") {
+            EXPECT_THROW(Der2RawSignature(der, raw), CException);
+        } else {
+            Der2RawSignature(der, raw);
+            EXPECT_EQ(raw, row.Bytes("raw"));
+            Raw2DerSignature(raw, again);
+            EXPECT_EQ(again == der, row.Text("canonical_text") == "yes");
+            ExpectCutsRefused(again, [&](const CByteZone& cut) { Der2RawSignature(cut, raw); });
+        }
+        EXPECT_EQ(ERR_peek_error(), 0U);
         row.Skip();
     }
-    CByteZone der;
-    EXPECT_THROW(Raw2DerSignature(CByteZone(3, 1), der), CException);
-    EXPECT_THROW(Raw2DerSignature(CByteZone(), der), CException);
 }
 
 TEST(Bignums, AreBytesAndIntegers) {
-    const auto number = Number(CByteZone("\x01\x02\x03"));
-    EXPECT_EQ(BignumToBuffer(number.Get(), 0), CByteZone("\x01\x02\x03"));
-    EXPECT_EQ(BignumToBuffer(number.Get(), 3), CByteZone("\x01\x02\x03"));
-    EXPECT_EQ(BignumToSecureBuffer(number.Get(), 5).GetSize(), 5U);
+    const CByteZone bytes("\x01\x02\x03");
+    const auto number = NumberOf(bytes);
+    EXPECT_EQ(BignumToBuffer(number.Get(), 0), bytes);
+    EXPECT_EQ(BignumToBuffer(number.Get(), 3), bytes);
+    const unsigned char padded[] = {0, 0, 1, 2, 3};
+    EXPECT_EQ(BignumToSecureBuffer(number.Get(), 5), CSecureByteZone(padded, 5));
     EXPECT_THROW(BignumToBuffer(number.Get(), 2), ARGUMENT_INVALID);
     EXPECT_THROW(BignumToBuffer(nullptr, 2), ARGUMENT_INVALID);
     for (const int32_t value : {0, 1, -1, 66051, INT32_MAX, INT32_MIN}) {
         EXPECT_EQ(BignumToInt(IntToBignum(value).Get()), value);
     }
-    EXPECT_THROW(BignumToInt(Number(CByteZone("\x01\x01\x01\x01\x01")).Get()), ARGUMENT_INVALID);
+    EXPECT_EQ(BignumToInt(NumberOf(CByteZone(4, 0xFF)).Get()), -1);
+    EXPECT_THROW(BignumToInt(NumberOf(CByteZone(5, 1)).Get()), ARGUMENT_INVALID);
 }
 
 TEST(Certificates, AreReadWrittenAndDated) {
-    static const struct {
-        const char* dates;
-        bool begun;
-        bool notExpired;
-    } kRows[] = {{"-startdate 20200101000000Z -enddate 20990101000000Z", true, true},
-                 {"-startdate 20200101000000Z -enddate 20210101000000Z", true, false},
-                 {"-startdate 20980101000000Z -enddate 20990101000000Z", false, true}};
-    for (const auto& row : kRows) {
-        SCOPED_TRACE(row.dates);
-        const COpensslCommand openssl;
-        openssl.Write("ca.cnf", CByteZone("[ca]\ndefault_ca=a\n[a]\nnew_certs_dir=.\n"
-                                          "database=index\nrand_serial=yes\npolicy=p\n"
-                                          "default_md=sha256\n[p]\ncommonName=supplied\n"));
-        openssl.Write("index", CByteZone());
-        ASSERT_TRUE(
-            openssl.Run("req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes "
-                        "-subj /CN=t -keyout key -out request"));
-        ASSERT_TRUE(
-            openssl.Run(std::string("ca -config ca.cnf -batch -selfsign -notext -in request "
-                                    "-keyfile key -out pem ") +
-                        row.dates));
-        ASSERT_TRUE(openssl.Run("x509 -in pem -outform DER -out der"));
-        const auto certificate = DERDataToX509(openssl.Read("der"));
-        EXPECT_EQ(X509toPEMData(PEMDataToX509(openssl.Read("pem")).Get()), openssl.Read("pem"));
-        EXPECT_EQ(IsNotBeforeValid(certificate.Get()), row.begun);
-        EXPECT_EQ(IsNotAfterValid(certificate.Get()), row.notExpired);
-        ExpectEachCutRefused(openssl.Read("der"), [](const CByteZone& der) { DERDataToX509(der); });
+    const COpensslCommand openssl;
+    ASSERT_TRUE(
+        openssl.Run("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=t "
+                    "-keyout key -out pem") &&
+        openssl.Run("x509 -in pem -outform DER -out der"));
+    const auto certificate = DERDataToX509(openssl.Read("der"));
+    EXPECT_EQ(X509toPEMData(certificate.Get()), openssl.Read("pem"));
+    EXPECT_EQ(X509_cmp(PEMDataToX509(openssl.Read("pem")).Get(), certificate.Get()), 0);
+    ExpectCutsRefused(openssl.Read("der"), [](const CByteZone& cut) { DERDataToX509(cut); });
+    EXPECT_THROW(PEMDataToX509(openssl.Read("der")), OPENSSL_FUNCTION_FAILED);
+    for (const int seconds : {-2 * 86400, -60, 60, 2 * 86400}) {
+        X509_gmtime_adj(X509_getm_notBefore(certificate.Get()), seconds);
+        X509_gmtime_adj(X509_getm_notAfter(certificate.Get()), seconds);
+        EXPECT_EQ(IsNotBeforeValid(certificate.Get()), seconds < 0) << seconds;
+        EXPECT_EQ(IsNotAfterValid(certificate.Get()), seconds > 0) << seconds;
     }
-    EXPECT_THROW(PEMDataToX509(CByteZone("no certificate")), OPENSSL_FUNCTION_FAILED);
+    ASN1_STRING_set(X509_getm_notAfter(certificate.Get()), "no date", -1);
+    EXPECT_FALSE(IsNotAfterValid(certificate.Get()) || IsNotBeforeValid(nullptr));
+    EXPECT_EQ(ERR_peek_error(), 0U);
 }

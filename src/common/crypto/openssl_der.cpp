@@ -2,6 +2,7 @@
 #include "crypto/raise_openssl.h"
 
 #include <algorithm>
+#include <climits>
 
 namespace OpenSSLWrap {
 
@@ -19,7 +20,7 @@ CByteZone Der2OctetString(const CByteZone& der) {
 }
 
 CByteZone OctetString2Der(const CByteZone& octets) {
-    if (octets.IsEmpty()) {
+    if (octets.IsEmpty() || octets.GetSize() > INT_MAX) {
         RAISE_INVALID_PARAMETERS("OpenSSLWrap::OctetString2Der: invalid parameters.");
     }
     const auto text = Own(ASN1_OCTET_STRING_new());

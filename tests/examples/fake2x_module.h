@@ -3,7 +3,7 @@
 
 #include "fake_pkcs11.h"
 
-static CFakeList functions20 = MakeFakeList(2, 20);
+static CFakeList functions20 = MakeFakeList(2, 20, kAllFakes);
 
 #define FAKE_EXPORT extern "C" __attribute__((visibility("default"))) CK_RV
 

@@ -41,6 +41,4 @@ CFakeList MakeFakeList(CK_BYTE major, CK_BYTE minor, std::index_sequence<indices
     return {{major, minor}, {Fake<indices>...}};
 }
 
-inline CFakeList MakeFakeList(CK_BYTE major, CK_BYTE minor) {
-    return MakeFakeList(major, minor, std::make_index_sequence<kFunctions + kAddedIn3>());
-}
+constexpr auto kAllFakes = std::make_index_sequence<kFunctions + kAddedIn3>();

@@ -8,14 +8,10 @@
 #include <map>
 #include <string>
 
-#define CHECK(condition) ((condition) ? void() : Fail(__LINE__, #condition))
+#define CHECK(condition) \
+    ((condition) ? void() : (printf("line %d: not %s\n", __LINE__, #condition), exit(1)))
 
 static void* module;
-
-static void Fail(int line, const char* condition) {
-    printf("line %d: %s does not hold\n", line, condition);
-    exit(1);
-}
 
 template <typename Function>
 static Function Symbol(const char* name) {
@@ -37,10 +33,7 @@ static void CheckList(const void* list, size_t begin, size_t end) {
     }
 }
 
-static void TryNulls() {
-    CHECK(Functions()->version.major == 2 && Functions()->version.minor == 20);
-    CheckList(Functions(), 0, kFunctions);
-}
+static void TryNulls() { CheckList(Functions(), 0, kFunctions); }
 
 static void TryUnloadable() {
     CHECK(Functions(CKR_GENERAL_ERROR) == nullptr);
@@ -50,47 +43,28 @@ static void TryUnloadable() {
 using CGetInterfaceList = CK_RV (*)(CInterface*, CK_ULONG*);
 using CGetInterface = CK_RV (*)(const char*, CK_VERSION*, CInterface**, CK_FLAGS);
 
-static void TryInterfaceOf2x() {
-    auto getInterface = Symbol<CGetInterface>("C_GetInterface");
-    auto getList = Symbol<CGetInterfaceList>("C_GetInterfaceList");
-    CInterface* interface = nullptr;
-    CHECK(getInterface("PKCS 11", {}, &interface, 0) == CKR_OK);
-    CHECK(interface->functionList == Functions());
-    CK_VERSION newer = {3, 0};
-    CHECK(getInterface(nullptr, &newer, &interface, 0) == CKR_FUNCTION_FAILED);
-    CHECK(getInterface(nullptr, nullptr, nullptr, 0) == CKR_ARGUMENTS_BAD);
-    CInterface listed;
-    CK_ULONG count = 0;
-    CHECK(getList(nullptr, nullptr) == CKR_ARGUMENTS_BAD);
-    CHECK(getList(&listed, &count) == CKR_BUFFER_TOO_SMALL && count == 1);
-    CHECK(getList(&listed, &count) == CKR_OK && listed.functionList == Functions());
-}
-
 static void TryInterfacesOf3x() {
     CInterface listed[4];
     CK_ULONG count = 4;
-    CHECK(Symbol<CGetInterfaceList>("C_GetInterfaceList")(listed, &count) == CKR_OK && count == 4);
+    CHECK(Symbol<CGetInterfaceList>("C_GetInterfaceList")(listed, &count) == CKR_OK && count == 3);
     const auto list = [&](int i) { return static_cast<CK_FUNCTION_LIST*>(listed[i].functionList); };
     CHECK(list(0) != Functions() && list(0)->version.major == 2 && list(1) == Functions());
     CHECK(listed[2].flags == 1 && list(2)->version.major == 3);
     CheckList(list(2), 0, kFunctions);
     CheckList(list(2), kFunctions + 2, kFunctions + kAddedIn3);
-    CHECK(list(2)->C_Login == Functions()->C_Login && list(3)->C_Login != list(2)->C_Login);
 
     CInterface* interface = nullptr;
     auto getInterface = Symbol<CGetInterface>("C_GetInterface");
     CHECK(getInterface({}, {}, &interface, 0) == CKR_OK && interface->functionList == list(2));
-    CHECK(reinterpret_cast<CGetInterface*>(list(2) + 1)[1] == getInterface);
 }
 
 static void TryTemplate(char* label, CK_OBJECT_CLASS type, CK_ULONG typeLength,
                         CK_BBOOL isPrivate) {
-    constexpr auto kNone = static_cast<CK_BBOOL>(-1);
     CK_ATTRIBUTE attributes[] = {
         {CKA_ID, nullptr, static_cast<CK_ULONG>(-1)},
         {CKA_LABEL, label, strlen(label)},
         {type != static_cast<CK_ULONG>(-1) ? CKA_CLASS : CKA_KEY_TYPE, &type, typeLength},
-        {isPrivate != kNone ? CKA_PRIVATE : CKA_TOKEN, &isPrivate, sizeof isPrivate},
+        {isPrivate <= CK_TRUE ? CKA_PRIVATE : CKA_TOKEN, &isPrivate, sizeof isPrivate},
     };
     Functions()->C_CreateObject(1, attributes, 4, nullptr);
     Functions()->C_FindObjectsInit(1, attributes, 4);
@@ -118,24 +92,19 @@ static void TrySecrets() {
     list->C_SetPIN(1, text, 6, text, 6);
     list->C_Login(1, CKU_USER, text, 6);
     list->C_SeedRandom(1, text, 6);
-    list->C_Sign(1, text, 6, nullptr, nullptr);
     for (CK_ULONG kind : {CKM_PBE_SHA1_DES3_EDE_CBC, CKM_PKCS5_PBKD2, CKM_VENDOR_DEFINED + 1}) {
         CK_MECHANISM mechanism = {kind, text, 6};
         list->C_SignInit(1, &mechanism, 1);
     }
-    CK_MECHANISM mechanism = {CKM_AES_CBC, const_cast<char*>("an IV is shown.."), 16};
-    list->C_EncryptInit(1, &mechanism, 1);
 }
 
 int main(int, char** arguments) {
     const std::map<std::string, void (*)()> trials = {
         {"nulls", TryNulls},
         {"unloadable", TryUnloadable},
-        {"interface-of-2x", TryInterfaceOf2x},
         {"interfaces-of-3x", TryInterfacesOf3x},
         {"secrets", TrySecrets},
     };
     module = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
-    CHECK(module != nullptr);
     trials.at(arguments[2])();
 }

@@ -5,56 +5,29 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <map>
 #include <stdexcept>
-
-namespace {
 
 constexpr unsigned kLongestSeconds = 120;
 
-std::vector<char*> ToPointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-std::vector<std::string> MergeVariables(const std::vector<std::string>& own) {
-    std::map<std::string, std::string> byName;
-    const auto add = [&byName](const std::string& variable) {
-        byName.emplace(variable.substr(0, variable.find('=')), variable);
-    };
-    std::for_each(own.begin(), own.end(), add);
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-        add(*variable);
-    }
-    std::vector<std::string> variables;
-    for (const auto& [name, variable] : byName) {
-        variables.push_back(variable);
-    }
-    return variables;
-}
-
-}  // namespace
-
+// The program "env" puts the variables in place and becomes the program itself.
 CChildProcess::CChildProcess(const std::string& program, std::vector<std::string> arguments,
-                             const std::vector<std::string>& environment) {
-    const std::string path = std::string(QORVS_TEST_BIN_DIR) + "/" + program;
-    arguments.insert(arguments.begin(), path);
-    std::vector<std::string> variables = MergeVariables(environment);
-    const std::vector<char*> argumentPointers = ToPointers(arguments);
-    const std::vector<char*> variablePointers = ToPointers(variables);
+                             std::vector<std::string> environment) {
+    std::vector<char*> command{const_cast<char*>("env")};
+    environment.push_back(QORVS_TEST_BIN_DIR "/" + program);
+    for (std::vector<std::string>* const texts : {&environment, &arguments}) {
+        for (std::string& text : *texts) {
+            command.push_back(text.data());
+        }
+    }
+    command.push_back(nullptr);
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0 || (id = fork()) < 0) {
-        throw std::runtime_error("cannot start " + path);
+        throw std::runtime_error("cannot start " + program);
     }
     if (id == 0) {
         alarm(kLongestSeconds);
         dup2(ends[1], STDOUT_FILENO);
-        execve(path.c_str(), argumentPointers.data(), variablePointers.data());
+        execvp(command[0], command.data());
         _exit(127);
     }
     close(ends[1]);
@@ -77,15 +50,12 @@ bool CChildProcess::Fill() {
 }
 
 bool CChildProcess::ReadLine(std::string& line) {
-    size_t end = 0;
-    while ((end = pending.find('\n')) == std::string::npos) {
-        if (!Fill()) {
-            return false;
-        }
+    while (pending.find('\n') == std::string::npos && Fill()) {
     }
+    const size_t end = pending.find('\n');
     line = pending.substr(0, end);
-    pending.erase(0, end + 1);
-    return true;
+    pending.erase(0, end == std::string::npos ? end : end + 1);
+    return end != std::string::npos;
 }
 
 std::string CChildProcess::ReadAll() {

@@ -33,7 +33,7 @@ class CChildProcess {
 public:
     /** `environment` holds "NAME=value", in place of what the test has itself. */
     CChildProcess(const std::string& program, std::vector<std::string> arguments,
-                  const std::vector<std::string>& environment);
+                  std::vector<std::string> environment);
     ~CChildProcess();
     CChildProcess(const CChildProcess&) = delete;
     CChildProcess& operator=(const CChildProcess&) = delete;

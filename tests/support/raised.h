@@ -27,8 +27,6 @@ std::string WordsRaisedBy(Call call) {
         return WordsOf(exception);
     } catch (const CException& exception) {
         return "(another CException) " + WordsOf(exception);
-    } catch (const std::exception& exception) {
-        return "(another std::exception) " + WordsOf(exception);
     } catch (...) {
         return "(another exception)";
     }

@@ -9,10 +9,8 @@
 namespace {
 
 std::string Trimmed(const std::string& text) {
-    const size_t first = text.find_first_not_of(" \t\r");
-    return first == std::string::npos
-               ? ""
-               : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
+    const size_t end = text.find_last_not_of(" \t\r") + 1;
+    return end == 0 ? "" : text.substr(0, end).substr(text.find_first_not_of(" \t\r"));
 }
 
 std::string FromHex(const std::string& digits) {
@@ -32,12 +30,12 @@ std::string Unescaped(const std::string& text) {
             continue;
         }
         const char kind = text[++i];
-        if (kind == 'x') {
-            plain += FromHex(text.substr(i + 1, 2));
-            i += 2;
-        } else {
-            plain += kind == 'n' ? '\n' : kind == 'r' ? '\r' : kind == 't' ? '\t' : kind;
-        }
+        plain += kind == 'x'   ? FromHex(text.substr(i + 1, 2))
+                 : kind == 'n' ? "\n"
+                 : kind == 'r' ? "\r"
+                 : kind == 't' ? "\t"
+                               : std::string(1, kind);
+        i += kind == 'x' ? 2 : 0;
     }
     return plain;
 }
@@ -80,14 +78,12 @@ void CStanza::Add(const std::string& key, const std::string& value) {
 }
 
 const std::string& CStanza::Find(const std::string& key) const {
-    static const std::string none;
+    static const CValue none{};
     const auto found = values.find(key);
-    if (found == values.end()) {
-        ADD_FAILURE() << name << ": no " << key;
-        return none;
-    }
-    found->second.read = true;
-    return found->second.text;
+    EXPECT_TRUE(found != values.end()) << name << ": no " << key;
+    const CValue& value = found != values.end() ? found->second : none;
+    value.read = true;
+    return value.text;
 }
 
 bool CStanza::Has(const std::string& key) const {
@@ -102,9 +98,7 @@ CByteZone CStanza::Bytes(const std::string& key) const {
     return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
 }
 
-long CStanza::Int(const std::string& key) const {
-    return std::strtol(Find(key).c_str(), nullptr, 10);
-}
+long CStanza::Int(const std::string& key) const { return std::atol(Find(key).c_str()); }
 
 void CStanza::Skip() const {
     for (const auto& entry : values) {

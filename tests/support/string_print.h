@@ -6,6 +6,8 @@
 #include "util/ct_string.h"
 #include "util/ct_zone.h"
 
+#include <gtest/gtest.h>
+
 #include <iomanip>
 #include <ostream>
 #include <string>
@@ -16,19 +18,10 @@ auto ToStd(const CTString<Encoding, Secure>& text) {
     return std::basic_string<typename Encoding::Unit>(text.GetText(), text.GetLength());
 }
 
-/** The text in quotes; what is not printable ASCII stands as a code point in braces. */
+/** The units as a standard string's, and whether the string is null. */
 template <class Encoding, bool Secure>
 void PrintTo(const CTString<Encoding, Secure>& text, std::ostream* out) {
-    *out << (text.IsEmpty() ? "(null)" : "\"");
-    auto at = text.Begin();
-    for (char32_t read; (read = text.Next(at)) != kEndOfText;) {
-        if (read >= 0x20 && read < 0x7F) {
-            *out << static_cast<char>(read);
-        } else {
-            *out << "{U+" << std::hex << std::uppercase << static_cast<uint32_t>(read) << '}';
-        }
-    }
-    *out << std::dec << (text.IsEmpty() ? "" : "\"");
+    *out << testing::PrintToString(ToStd(text)) << (text.IsEmpty() ? " (null)" : "");
 }
 
 /** The size and the elements in hexadecimal. */

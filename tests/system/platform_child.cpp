@@ -3,7 +3,6 @@
  */
 #include "system/catalog.h"
 #include "system/config_files.h"
-#include "system/critical_section.h"
 #include "system/event_log.h"
 #include "system/file_chooser.h"
 #include "system/host.h"
@@ -16,10 +15,8 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <pthread.h>
-#include <signal.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -58,9 +55,6 @@ MAY_FAIL(FILE*, popen, static_cast<FILE*>(nullptr), (const char* command, const 
 MAY_FAIL(int, pthread_create, EAGAIN,
          (pthread_t * thread, const pthread_attr_t* kind, void* (*routine)(void*), void* argument),
          (thread, kind, routine, argument))
-MAY_FAIL(int, pthread_mutexattr_init, ENOMEM, (pthread_mutexattr_t * attributes), (attributes))
-MAY_FAIL(int, pthread_mutexattr_settype, EINVAL, (pthread_mutexattr_t * attributes, int kind),
-         (attributes, kind))
 
 PRINT_REPORTS("syslog", PrintSyslog)
 PRINT_REPORTS("__syslog_chk", PrintCheckedSyslog, int /*flag*/, )
@@ -140,24 +134,6 @@ void FailCalls(const CArguments&) {
     CIdleThread thread;
     Try("pthread_create", [&thread] { thread.Start(); });
     printf("%d\n", thread.Wait());
-    Try("pthread_mutexattr_init", [] { const CCriticalSection section; });
-    Try("pthread_mutexattr_settype", [] { const CCriticalSection section; });
-}
-
-/** A command's output while signals of the host interrupt its reading. */
-void InterruptCommand(const CArguments& command) {
-    struct sigaction action {};
-    action.sa_handler = [](int) {};
-    sigaction(SIGALRM, &action, nullptr);
-    signal(SIGCHLD, SIG_IGN);
-    const itimerval often{{0, 500}, {0, 500}};
-    setitimer(ITIMER_REAL, &often, nullptr);
-    printf("%zu", size_t{ReadCommand(command[0].c_str()).GetLength()});
-}
-
-void PrintExecutable(const CArguments&) {
-    printf("%s %s %s", GetExecutablePath().GetText(), GetExecutableName().GetText(),
-           GetDataFilePath("a/b").GetText());
 }
 
 void Report(const CArguments& parts) {
@@ -180,7 +156,6 @@ void UseBadSemaphores(const CArguments& paths) {
     printf("%d%d ", missing.IsLocked(), missing.TryLock());
 
     CMutex held(2, path);
-    held.Unlock(99);
     held.Lock();
     printf("%d", held.IsLocked());
     held.Unlock(5);
@@ -211,12 +186,10 @@ int main(int argc, char** argv) {
         {"paths", &PrintPaths},
         {"choose", &PrintChoice},
         {"run", &RunCommand},
-        {"interrupt", &InterruptCommand},
         {"fail", &FailCalls},
         {"report", &Report},
         {"semaphores", &UseBadSemaphores},
         {"hold", &HoldSemaphore},
-        {"executable", &PrintExecutable},
     };
     scenarios.at(argv[1])({argv + 2, argv + argc});
 }

@@ -4,8 +4,8 @@
 #include "support/raised.h"
 #include "support/settings_home.h"
 #include "system/config_files.h"
-#include "system/count_guard.h"
 #include "system/critical_section.h"
+#include "system/event.h"
 #include "system/mutex.h"
 #include "system/settings.h"
 #include "system/thread_error.h"
@@ -23,6 +23,7 @@
 #include <deque>
 #include <functional>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -56,8 +57,6 @@ TEST(ThreadConcurrency, WaitGivesWhatRunReturned) {
         EXPECT_EQ(calls, 1);
         EXPECT_THAT(WordsRaisedBy<EThreadError>([&] { worker.Wait(); }),
                     testing::StartsWith("The call to <pthread_join> failed for the following"));
-        worker.Start();
-        EXPECT_EQ(worker.Wait(), code) << "it may be started again";
     }
 }
 
@@ -126,17 +125,6 @@ TEST(EventConcurrency, OneSignalLetsOneThrough) {
     }
 }
 
-TEST(EventConcurrency, TheLastOneOutSignals) {
-    std::atomic<int32_t> inside{0};
-    CEvent empty;
-    RunOnThreads(4, [&] {
-        const CCountGuard guard(inside, empty);
-        EXPECT_GE(inside, 1);
-    });
-    empty.Wait();
-    EXPECT_EQ(inside, 0);
-}
-
 TEST(Mutex, HoldsBetweenProcesses) {
     const CSettingsHome home;
     home.Write("server", "");
@@ -148,7 +136,6 @@ TEST(Mutex, HoldsBetweenProcesses) {
         EXPECT_TRUE(holder.ReadLine(line) && line == "held");
         CMutex mutex(0x48, path.c_str());
         EXPECT_EQ(mutex.TryLock(), 0);
-        EXPECT_TRUE(mutex.IsLocked());
         holder.Kill();
         holder.Wait();
         EXPECT_FALSE(mutex.IsLocked()) << "the try took nothing";
@@ -167,9 +154,7 @@ TEST(SettingsConcurrency, AnyThreadMayAskFirst) {
         for (int i = 0; i < 200; ++i) {
             const int32_t mine = ++scope / 4;
             EXPECT_EQ(GetSystemConfig(mine), GetSystemConfig(mine));
-            GetTsaUrl();
             EXPECT_EQ(GetTraceDirectory(), GetTraceDirectory());
-            EXPECT_EQ(GetLoginTimeout(), GetLoginTimeout());
         }
     });
     unsetenv("QORVS_CONFFILE");
@@ -177,16 +162,14 @@ TEST(SettingsConcurrency, AnyThreadMayAskFirst) {
 
 TEST(Settings, ChildOfAForkCanAsk) {
     std::atomic<bool> done{false};
-    CWorker worker([&done](CWorker&) {
+    std::thread worker([&done] {
         while (!done) {
             GetLoginTimeout();
         }
-        return 0;
     });
-    worker.Start();
     for (int i = 0; i < 100; ++i) {
         EXPECT_EXIT((GetLoginTimeout(), _exit(0)), testing::ExitedWithCode(0), "");
     }
     done = true;
-    worker.Wait();
+    worker.join();
 }

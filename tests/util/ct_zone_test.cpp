@@ -46,7 +46,6 @@ TYPED_TEST(ZoneTest, DoesWhatAVectorDoes) {
              model.erase(std::find_if(model.rbegin(), model.rend(), isOther).base(), model.end())),
         STEP(zone.Reverse(), std::reverse(begin(), model.end())),
         STEP(zone.DropLast(place), model.resize(model.size() - place)),
-        STEP(zone.Assign(nullptr, 9), model.clear()),
         STEP(zone.Assign(zone), zone.Insert(0, nullptr, 4)),
         STEP(zone = TypeParam(nullptr, 3), model.assign(3, 0)),
         STEP(zone.FillUpTo(at + 9, value), model.resize(std::max(model.size(), at + 9), value)),
@@ -57,7 +56,6 @@ TYPED_TEST(ZoneTest, DoesWhatAVectorDoes) {
         STEP(zone.Erase(at, SIZE_MAX), model.resize(at)),
         STEP(zone.Erase(model.size(), 1), zone.FillUpTo(at, value)),
         STEP(zone.Assign(zone.GetData() + at, count), model = part),
-        STEP(zone.Fill(at, value), model.assign(at, value)),
     };
     std::mt19937 random(20);
     for (int round = 0; round < 20000; ++round) {
@@ -76,24 +74,13 @@ TYPED_TEST(ZoneTest, DoesWhatAVectorDoes) {
 
 TYPED_TEST(ZoneTest, GrowsByHalfOfTheOldCapacityMoreThanRequired) {
     TypeParam zone;
-    zone.Resize(100);
-    EXPECT_EQ(zone.GetCapacity(), 100u);
-    zone.Append(1);
-    zone.Resize(3);
-    EXPECT_EQ(zone.GetCapacity(), 151u);
-    EXPECT_EQ(TypeParam(zone).GetCapacity(), 3u);
-    zone.Assign(nullptr, 9);
-    EXPECT_EQ(zone.GetData(), nullptr);
     for (const size_t capacity : {1, 3, 3, 6, 6, 6, 10, 10, 10}) {
         zone.Append(1);
         EXPECT_EQ(zone.GetCapacity(), capacity);
     }
-    zone.Reserve(11);
-    EXPECT_EQ(zone.GetCapacity(), 16u);
+    EXPECT_EQ(TypeParam(zone).GetCapacity(), 9u);
     // Out of the compiler's sight, which would warn of them.
     const volatile size_t all = SIZE_MAX, half = SIZE_MAX / 2 + 9;
-    EXPECT_THROW(zone.Resize(all), std::bad_alloc);
-    EXPECT_THROW(zone.Reserve(all), std::bad_alloc);
     EXPECT_THROW(zone.Append(zone.GetData(), all), std::bad_alloc);
     EXPECT_THROW(zone.Insert(1, all, 3), std::bad_alloc);
     EXPECT_THROW(zone.Fill(half, 3), std::bad_alloc);

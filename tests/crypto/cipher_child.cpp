@@ -13,9 +13,9 @@
 #include <openssl/provider.h>
 
 #include <fcntl.h>
-#include <string.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 
@@ -51,11 +51,12 @@ size_t CountKeys() {
     for (char dash; maps >> std::hex >> begin >> dash >> end >> rights && getline(maps, rest);) {
         for (; rights[1] == 'w' && begin < end; begin += sizeof(part) - kKeySize) {
             const size_t wanted = std::min<size_t>(sizeof(part), static_cast<size_t>(end - begin));
-            const ssize_t length = pread(memory, part, wanted, begin);
-            for (unsigned char& byte : part) {
-                byte ^= kMask;
-            }
-            found += length > 0 && memmem(part, size_t(length), kMaskedKey, kKeySize) != nullptr;
+            unsigned char* const last =
+                part + std::max<ssize_t>(pread(memory, part, wanted, begin), 0);
+            found += last != std::search(part, last, kMaskedKey, kMaskedKey + kKeySize,
+                                         [](unsigned char byte, char masked) {
+                                             return (byte ^ kMask) == masked;
+                                         });
         }
     }
     close(memory);
@@ -69,9 +70,7 @@ void ReleaseKey() {
     }
     auto* const key = new CAesKey(bytes);
     CByteZone mac, plain = key->EncryptFull(CByteZone(16, 0), kPkcs7Padding, kCbcMode);
-    key->DecryptInit(kNoPadding, kCbcMode);
-    size_t length = plain.GetSize();
-    key->Decrypt(CByteZone(plain).GetData(), length, plain.GetData(), length);
+    key->DecryptCBC(plain.GetData(), plain.GetSize());
     ComputeCMAC(bytes, plain, mac);
     std::cout << (CountKeys() > 0);
     delete key;
@@ -91,15 +90,10 @@ void CountHeapCalls() {
 }
 
 void Trace() {
-    CByteZone mac, iv, data(8, 1);
+    CByteZone mac, data(8, 1);
     ComputeCMAC(CByteZone(16, 0), data, mac);
     ComputeDES3RetailMAC(CByteZone(8, 0), CByteZone(8, 0), data);
     EncryptAesCbc(CByteZone(16, 0), CByteZone(16, 0), CByteZone(16, 0), mac);
-    try {
-        GenerateCmacSubkeys(CByteZone(15, 0), mac, iv);
-    } catch (const CCkException&) {
-    }
-    RunCipher(ECipher::AesCbc, true, CByteZone(16, 0), nullptr, nullptr, 8, iv, false, false);
 }
 
 }  // namespace

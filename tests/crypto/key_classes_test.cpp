@@ -25,22 +25,22 @@ TEST(KeyClasses, StreamInPieces) {
         CAesKey key(CByteZone(16, 1));
         CByteZone in(64, 0x20), room(64, 0);
         std::istringstream pieces(row.Text("pieces_text"));
-        EXPECT_EQ(Outcome([&](std::ostream& text) {
-                      const int padding = static_cast<int>(row.Int("padding_int"));
-                      (key.*(encrypt ? &CKey::EncryptInit : &CKey::DecryptInit))(padding, kEcbMode);
-                      size_t size = 0;
-                      for (size_t piece; pieces >> piece;) {
-                          if (row.Int("queries_int") != 0) {
-                              (key.*update)(in.GetData(), piece, nullptr, size);
-                              text << size << '=';
-                          }
-                          (key.*update)(in.GetData(), piece, room.GetData(), size);
-                          text << size << ' ';
-                      }
-                      (key.*(encrypt ? &CKey::EncryptFinal : &CKey::DecryptFinal))(nullptr, size);
-                      text << size;
-                  }),
-                  row.Text("expected_text"));
+        const auto run = [&](std::ostream& text) {
+            const int padding = static_cast<int>(row.Int("padding_int"));
+            (key.*(encrypt ? &CKey::EncryptInit : &CKey::DecryptInit))(padding, kEcbMode);
+            size_t size = 0;
+            for (size_t piece; pieces >> piece;) {
+                if (row.Int("queries_int") != 0) {
+                    (key.*update)(in.GetData(), piece, nullptr, size);
+                    text << size << '=';
+                }
+                (key.*update)(in.GetData(), piece, room.GetData(), size);
+                text << size << ' ';
+            }
+            (key.*(encrypt ? &CKey::EncryptFinal : &CKey::DecryptFinal))(nullptr, size);
+            text << size;
+        };
+        EXPECT_EQ(Outcome(run), row.Text("expected_text"));
         row.Skip();
     }
 }
@@ -53,13 +53,11 @@ TEST(KeyClasses, MatchAesVectorsBothWays) {
         CAesKey key(row.Bytes("key"));
         key.SetIv(row.Has("iv") ? row.Bytes("iv") : CByteZone(8, 1));
         EXPECT_EQ(key.EncryptFull(plain, padding, mode), crypted);
-        EXPECT_EQ(key.EncryptFull(plain, padding, mode), crypted) << "init goes back";
         CByteZone out = crypted;
         size_t size = 0;
         key.DecryptInit(padding, mode);
         key.Decrypt(crypted.GetData(), crypted.GetSize(), out.GetData(), size);
-        out.Resize(size);
-        EXPECT_EQ(out, plain);
+        EXPECT_EQ(CByteZone(out.GetData(), size), plain);
         row.Skip();
     }
 }
@@ -96,20 +94,4 @@ TEST(KeyClasses, KeepTheirOddities) {
     key.DecryptInit(kPkcs7Padding, kCbcMode);
     key.DecryptUpdate(block.GetData(), 16, nullptr, size);
     EXPECT_EQ(Outcome([&](auto&) { key.DecryptFinal(out.GetData(), size); }), "!41");
-}
-
-struct CBareKey : CSecretKey {
-    CBareKey() : CSecretKey(CSecureByteZone(16, 0), 16) {}
-};
-
-TEST(KeyClasses, StubsThrowBareCodes) {
-    CBareKey key;
-    size_t n = 0;
-    EXPECT_EQ(Outcome([&](auto&) { key.CKey::Encrypt(nullptr, 1, nullptr, n); }), "!63");
-    EXPECT_EQ(Outcome([&](auto&) { key.CKey::DecryptUpdate(nullptr, 1, nullptr, n); }), "!63");
-    EXPECT_EQ(Outcome([&](auto&) { key.CKey::DecryptFinal(nullptr, n); }), "!63");
-    for (const auto call : {&CSecretKey::EncryptECB, &CSecretKey::DecryptECB,
-                            &CSecretKey::EncryptCBC, &CSecretKey::DecryptCBC}) {
-        EXPECT_EQ(Outcome([&](auto&) { (key.*call)(nullptr, 16); }), "!63");
-    }
 }

@@ -6,6 +6,8 @@
 #include "support/settings_home.h"
 #include "util/ct_zone.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -20,11 +22,10 @@ constexpr const char* kCurves[] = {"prime192v1",      "brainpoolP192r1", "secp22
 /** The command, run in a temporary directory of its own. */
 class COpensslCommand {
 public:
-    /** Whether the command ends in order. */
-    bool Run(const std::string& arguments) const {
-        const std::string command =
-            "cd " + home.Path("") + " && openssl " + arguments + " </dev/null >/dev/null 2>&1";
-        return std::system(command.c_str()) == 0;
+    /** Expects that the command ends in order. */
+    void Run(const std::string& arguments) const {
+        const std::string command = "cd " + home.Path("") + " && openssl " + arguments;
+        EXPECT_EQ(std::system((command + " </dev/null >/dev/null 2>&1").c_str()), 0) << command;
     }
 
     template <class Zone>
@@ -32,10 +33,11 @@ public:
         home.Write(name, std::string(bytes.begin(), bytes.end()));
     }
 
-    CByteZone Read(const std::string& name) const {
+    template <class Zone = CByteZone>
+    Zone Read(const std::string& name) const {
         std::ifstream file(home.Path(name), std::ios::binary);
         const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-        return CByteZone(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+        return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
     }
 
 private:

@@ -68,11 +68,8 @@ TEST(LogConcurrency, NoLineIsBrokenLostOrMoved) {
     }
 }
 
-TEST(LogConcurrency, SwitchingTrackingLosesWholeLinesOnly) {
+TEST(LogConcurrency, SwitchingItOffOrEndingTheProcessLosesWholeLinesOnly) {
     RunStorm({"storm", "8", "1000", "2000"});
-}
-
-TEST(LogConcurrency, NothingFollowsTheClosingLinesWhenTheProcessEndsAmongTracingThreads) {
     for (int i = 0; i < 5; ++i) {
         RunStorm({"exit"});
     }

@@ -88,8 +88,7 @@ TEST(NameTables, EveryReturnCodeHasASentenceOfItsOwn) {
     std::set<std::string> sentences;
     for (const CNameRow& row : kErrorNames) {
         const std::string text = GetSentence(row.value);
-        EXPECT_TRUE(text.rfind("Code ", 0) != 0 && text.back() == '.') << row.text;
-        EXPECT_TRUE(sentences.insert(text).second) << row.text << ": " << text;
+        EXPECT_TRUE(text.rfind("Code ", 0) != 0 && sentences.insert(text).second) << text;
     }
 }
 
@@ -97,11 +96,9 @@ TEST(NameTables, MechanismsAreFoundByTheirWholeName) {
     const CK_MECHANISM_TYPE notFound = static_cast<CK_MECHANISM_TYPE>(-1);
     std::set<std::string> others{"", "CKM_", "CKM_\xC3\xA9\xFF", std::string(100000, 'C')};
     for (const CNameRow& row : kMechanismTypeNames) {
-        std::string name = row.text;
-        EXPECT_EQ(GetCkMechanismTypeFromString(name.c_str()), row.value) << name;
-        others.insert({name + "_", name.substr(1)});
-        name.back() = static_cast<char>(name.back() ^ 0x40);
-        others.insert(name);
+        const std::string name = row.text;
+        EXPECT_EQ(GetCkMechanismTypeFromString(row.text), row.value) << name;
+        others.insert({name + "_", name.substr(1), name.substr(0, name.size() - 1) + "\xB0"});
     }
     for (const std::string& name : others) {
         EXPECT_EQ(GetCkMechanismTypeFromString(name.c_str()), notFound) << name;
@@ -124,9 +121,10 @@ TEST(NameTables, PublishedNamesHaveTheirPublishedNumbers) {
                 const auto table = kTables.find(kTables.count(group) ? group : group.substr(0, 3));
                 const char* const ours =
                     table == kTables.end() ? nullptr : table->second.names.Find(value);
-                same += ours != nullptr && std::string(ours) == name ? 1 : 0;
-                others +=
-                    ours != nullptr && std::string(ours) != name ? std::string(name) + " " : "";
+                if (ours != nullptr) {
+                    std::string(ours) == name ? void(++same)
+                                              : void(others += name + std::string(" "));
+                }
             }
         }
     }

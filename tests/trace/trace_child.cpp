@@ -57,12 +57,7 @@ void TraceErrno(const char* /*unused*/) {
 }
 
 void TraceInChild(const char* text) {
-    const pid_t child = fork();
-    if (child == 0) {
-        traceFormat(text);
-        _exit(0);
-    }
-    waitpid(child, nullptr, 0);
+    fork() == 0 ? traceFormat(text), _exit(0) : void(wait(nullptr));
 }
 
 void LimitFiles(const char* bytes) {

@@ -88,9 +88,7 @@ void Forks(char** arguments) {
             _exit(0);
         }
         int status = 1;
-        if (waitpid(child, &status, 0) != child || status != 0) {
-            _exit(1);
-        }
+        waitpid(child, &status, 0) == child&& status == 0 ? void() : _exit(1);
     }
 }
 
@@ -118,9 +116,7 @@ void Cancel(char** /*unused*/) {
         void* result = nullptr;
         pthread_create(&thread, nullptr, TraceCancelled, &operation);
         pthread_join(thread, &result);
-        if (result != PTHREAD_CANCELED) {
-            _exit(1);
-        }
+        result == PTHREAD_CANCELED ? void() : _exit(1);
     }
     TraceString("still here");
 }
@@ -128,9 +124,6 @@ void Cancel(char** /*unused*/) {
 /** Loads the library as a module of its own, beside the code that this program is linked to. */
 void Module(char** arguments) {
     void* const module = dlopen(QORVS_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) {
-        _exit(1);
-    }
     const auto enter = reinterpret_cast<CTrace>(dlsym(module, "TraceEnter"));
     const auto leave = reinterpret_cast<CTrace>(dlsym(module, "TraceLeave"));
     const auto text = reinterpret_cast<CTrace>(dlsym(module, "TraceString0"));
@@ -142,11 +135,7 @@ void Module(char** arguments) {
         dlclose(module);
     }
     // Nothing that the module has registered may be called any more.
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(0);
-    }
-    waitpid(child, nullptr, 0);
+    fork() == 0 ? _exit(0) : void(wait(nullptr));
 }
 
 const std::map<std::string, void (*)(char** arguments)> kScenarios{

@@ -130,6 +130,9 @@ TEST(Log, ForkAmongTracingThreadsDoesNotHang) {
 
 TEST(Log, CallsCostOneWriteAndNoHeap) {
     CLogHome home;
-    // Without counters where the kernel does not count, or a sanitizer has a heap of its own.
-    EXPECT_THAT(home.Run("trace_costs_child", {}), testing::AnyOf("counted\n", "no counters\n"));
+    const std::string output = home.Run("trace_costs_child", {});
+    if (output == "no counters\n") {
+        GTEST_SKIP() << "the kernel does not count, or a sanitizer has a heap of its own";
+    }
+    EXPECT_EQ(output, "counted\n");
 }

@@ -124,6 +124,7 @@ void Cancel(char** /*unused*/) {
 /** Loads the library as a module of its own, beside the code that this program is linked to. */
 void Module(char** arguments) {
     void* const module = dlopen(QORVS_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    module != nullptr ? void() : _exit(1);
     const auto enter = reinterpret_cast<CTrace>(dlsym(module, "TraceEnter"));
     const auto leave = reinterpret_cast<CTrace>(dlsym(module, "TraceLeave"));
     const auto text = reinterpret_cast<CTrace>(dlsym(module, "TraceString0"));

@@ -2,6 +2,7 @@
 #include "fake2x_module.h"
 
 #include <algorithm>
+#include <iterator>
 
 static CFakeList functions30 = MakeFakeList(3, 0, kAllFakes);
 static CInterface interfaces[] = {
@@ -11,8 +12,9 @@ static CInterface interfaces[] = {
 };
 
 FAKE_EXPORT C_GetInterfaceList(CInterface* list, CK_ULONG* count) {
-    std::copy_n(interfaces, list != nullptr ? *count : 0, list);
-    *count = 3;
+    const size_t room = list != nullptr ? *count : 0;
+    *count = std::size(interfaces);
+    std::copy_n(interfaces, std::min(room, std::size(interfaces)), list);
     return CKR_OK;
 }
 

@@ -45,23 +45,6 @@ TEST(KeyClasses, StreamInPieces) {
     }
 }
 
-TEST(KeyClasses, MatchAesVectorsBothWays) {
-    FOR_EACH_STANZA(row, ReadSharedStanzas("aes.txt")) {
-        const int padding = row.Has("padding_text") ? kPkcs7Padding : kNoPadding;
-        const int mode = row.Text("mode_text") == "ECB" ? kEcbMode : kCbcMode;
-        const CByteZone plain = row.Bytes("plain"), crypted = row.Bytes("cipher");
-        CAesKey key(row.Bytes("key"));
-        key.SetIv(row.Has("iv") ? row.Bytes("iv") : CByteZone(8, 1));
-        EXPECT_EQ(key.EncryptFull(plain, padding, mode), crypted);
-        CByteZone out = crypted;
-        size_t size = 0;
-        key.DecryptInit(padding, mode);
-        key.Decrypt(crypted.GetData(), crypted.GetSize(), out.GetData(), size);
-        EXPECT_EQ(CByteZone(out.GetData(), size), plain);
-        row.Skip();
-    }
-}
-
 TEST(KeyClasses, KeepTheirOddities) {
     CByteZone block(16, 7), out(32, 0xEE);
     CAesKey key(block), unusable(CByteZone(15, 1));

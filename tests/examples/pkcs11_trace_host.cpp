@@ -33,8 +33,6 @@ static void CheckList(const void* list, size_t begin, size_t end) {
     }
 }
 
-static void TryNulls() { CheckList(Functions(), 0, kFunctions); }
-
 static void TryUnloadable() {
     CHECK(Functions(CKR_GENERAL_ERROR) == nullptr);
     CHECK(Symbol<CK_C_Finalize>("C_Finalize")(nullptr) == CKR_GENERAL_ERROR);
@@ -43,12 +41,28 @@ static void TryUnloadable() {
 using CGetInterfaceList = CK_RV (*)(CInterface*, CK_ULONG*);
 using CGetInterface = CK_RV (*)(const char*, CK_VERSION*, CInterface**, CK_FLAGS);
 
-static void TryInterfacesOf3x() {
+static void TryModuleOf2x() {
+    CheckList(Functions(), 0, kFunctions);
+    CInterface listed, *given = nullptr;
+    CK_ULONG count = 0;
+    CK_VERSION newer = {3, 0};
+    const auto getList = Symbol<CGetInterfaceList>("C_GetInterfaceList");
+    const auto get = Symbol<CGetInterface>("C_GetInterface");
+    CHECK(getList(nullptr, nullptr) == CKR_ARGUMENTS_BAD &&
+          get({}, {}, {}, 0) == CKR_ARGUMENTS_BAD);
+    CHECK(getList(&listed, &count) == CKR_BUFFER_TOO_SMALL && getList(&listed, &count) == CKR_OK);
+    CHECK(count == 1 && listed.functionList == Functions() && Functions()->version.minor == 20);
+    CHECK(get("PKCS 11", {}, &given, 0) == CKR_OK && given->functionList == Functions());
+    CHECK(get({}, &newer, &given, 0) == CKR_FUNCTION_FAILED);
+}
+
+static void TryModuleOf3x() {
     CInterface listed[4];
     CK_ULONG count = 4;
-    CHECK(Symbol<CGetInterfaceList>("C_GetInterfaceList")(listed, &count) == CKR_OK && count == 3);
+    CHECK(Symbol<CGetInterfaceList>("C_GetInterfaceList")(listed, &count) == CKR_OK && count == 4);
     const auto list = [&](int i) { return static_cast<CK_FUNCTION_LIST*>(listed[i].functionList); };
     CHECK(list(0) != Functions() && list(0)->version.major == 2 && list(1) == Functions());
+    CHECK(list(3)->version.minor == 9 && list(3)->C_Login != Functions()->C_Login);
     CHECK(listed[2].flags == 1 && list(2)->version.major == 3);
     CheckList(list(2), 0, kFunctions);
     CheckList(list(2), kFunctions + 2, kFunctions + kAddedIn3);
@@ -56,6 +70,7 @@ static void TryInterfacesOf3x() {
     CInterface* interface = nullptr;
     auto getInterface = Symbol<CGetInterface>("C_GetInterface");
     CHECK(getInterface({}, {}, &interface, 0) == CKR_OK && interface->functionList == list(2));
+    CHECK(reinterpret_cast<CGetInterface*>(list(2) + 1)[1] == getInterface);
 }
 
 static void TryTemplate(char* label, CK_OBJECT_CLASS type, CK_ULONG typeLength,
@@ -100,9 +115,9 @@ static void TrySecrets() {
 
 int main(int, char** arguments) {
     const std::map<std::string, void (*)()> trials = {
-        {"nulls", TryNulls},
+        {"module-of-2x", TryModuleOf2x},
         {"unloadable", TryUnloadable},
-        {"interfaces-of-3x", TryInterfacesOf3x},
+        {"module-of-3x", TryModuleOf3x},
         {"secrets", TrySecrets},
     };
     module = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);

@@ -16,7 +16,7 @@ static std::string TextOf(const CSettingsHome& home) {
     return ToStd(ReadCommand(("cat " + home.Path("f")).c_str()));
 }
 
-TEST(Config, AnswersByKeys) {
+TEST(Config, AnswersByKeysAndIndices) {
     FOR_EACH_STANZA(row, ReadStanzas("system/config_queries.txt")) {
         const CSettingsHome home;
         home.Write("f", row.Text("file_text"));
@@ -26,6 +26,12 @@ TEST(Config, AnswersByKeys) {
             const auto sentinel = static_cast<int32_t>(row.Int("sentinel_int"));
             EXPECT_EQ(ToStd(config.GetStringFirstOf(keys)), row.Text("string_text"));
             EXPECT_EQ(config.GetIntFirstOf(keys, 42, sentinel), row.Int("number_int"));
+        } else if (row.Has("index_int")) {
+            const auto index = static_cast<int32_t>(row.Int("index_int"));
+            CUTF8String key("key"), value("value"), name("name");
+            const bool found = config.GetEntry(index, key, value);
+            EXPECT_EQ(config.GetSectionName(index, name), found);
+            EXPECT_EQ(ToStd(key + " " + value + " " + name), row.Text("string_text"));
         } else {
             const std::string bytes = row.Text("key_text");
             const CUTF8String key(bytes.data(), static_cast<ptrdiff_t>(bytes.size()));

@@ -3,6 +3,7 @@
  */
 #include "system/catalog.h"
 #include "system/config_files.h"
+#include "system/critical_section.h"
 #include "system/event_log.h"
 #include "system/file_chooser.h"
 #include "system/host.h"
@@ -55,6 +56,9 @@ MAY_FAIL(FILE*, popen, static_cast<FILE*>(nullptr), (const char* command, const 
 MAY_FAIL(int, pthread_create, EAGAIN,
          (pthread_t * thread, const pthread_attr_t* kind, void* (*routine)(void*), void* argument),
          (thread, kind, routine, argument))
+MAY_FAIL(int, pthread_mutexattr_init, ENOMEM, (pthread_mutexattr_t * attributes), (attributes))
+MAY_FAIL(int, pthread_mutexattr_settype, EINVAL, (pthread_mutexattr_t * attributes, int kind),
+         (attributes, kind))
 
 PRINT_REPORTS("syslog", PrintSyslog)
 PRINT_REPORTS("__syslog_chk", PrintCheckedSyslog, int /*flag*/, )
@@ -127,13 +131,15 @@ class CIdleThread : public CThread {
 };
 
 void FailCalls(const CArguments&) {
-    TraceString0("the log is open");
+    Try("popen", [] { printf("'%s'\n", GetMachineArchitecture().GetText()); });
     Try("popen", [] { ReadCommand("true"); });
     Try("popen", [] { SelectFolder(); });
     printf("'%s'\n", ReadCommandTrimmed("%s %n").c_str());
     CIdleThread thread;
     Try("pthread_create", [&thread] { thread.Start(); });
     printf("%d\n", thread.Wait());
+    Try("pthread_mutexattr_init", [] { const CCriticalSection section; });
+    Try("pthread_mutexattr_settype", [] { const CCriticalSection section; });
 }
 
 void Report(const CArguments& parts) {
@@ -153,9 +159,10 @@ void UseBadSemaphores(const CArguments& paths) {
     CMutex missing(1, "/nonexistent/server");
     missing.Lock();
     missing.Unlock();
-    printf("%d%d ", missing.IsLocked(), missing.TryLock());
+    printf("%d%d%d ", IsCacheServerLocked(), missing.IsLocked(), missing.TryLock());
 
     CMutex held(2, path);
+    held.Unlock(99);
     held.Lock();
     printf("%d", held.IsLocked());
     held.Unlock(5);

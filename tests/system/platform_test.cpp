@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <regex>
 #include <string>
 #include <vector>
@@ -47,4 +48,11 @@ TEST(Platform, FindsTheExecutable) {
     EXPECT_EQ(GetExecutablePath(), QORVS_TEST_BIN_DIR "/system_tests");
     EXPECT_EQ(GetExecutableName(), "system_tests");
     EXPECT_EQ(GetDataFilePath("a/b"), QORVS_TEST_BIN_DIR "/a/b");
+    const CSettingsHome home;
+    for (const size_t length : {1, 255, 256, 257, 511, 512, 4000}) {
+        const std::string target(length, 'p'), link = home.Path(std::to_string(length));
+        std::filesystem::create_symlink(target, link);
+        EXPECT_EQ(ToStd(ReadLink(link.c_str())), target);
+    }
+    EXPECT_EQ(ReadLink(home.Path("none").c_str()), "");
 }

@@ -4,6 +4,7 @@
 #include "support/raised.h"
 #include "support/settings_home.h"
 #include "system/config_files.h"
+#include "system/count_guard.h"
 #include "system/critical_section.h"
 #include "system/event.h"
 #include "system/mutex.h"
@@ -22,6 +23,7 @@
 #include <atomic>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -46,18 +48,25 @@ void RunOnThreads(int count, const std::function<void()>& job) {
 }  // namespace
 
 TEST(ThreadConcurrency, WaitGivesWhatRunReturned) {
-    for (const int32_t code : {0, 1, -1, INT32_MAX, INT32_MIN}) {
-        CWorker worker([code](CWorker&) { return code; });
-        int calls = 0;
-        const auto count = [&calls] { ++calls; };
-        EXPECT_EQ(worker.Wait(count), -1);
+    int calls = 0;
+    const auto count = [&calls] { ++calls; };
+    int32_t code = 0;
+    CWorker worker([&code](CWorker&) { return code; });
+    EXPECT_EQ(worker.Wait(count), -1);
+    for (const int32_t next : {0, 1, -1, INT32_MAX, INT32_MIN}) {
+        code = next;
         worker.Start();
         EXPECT_THROW(worker.Wait(nullptr), std::bad_function_call);
         EXPECT_EQ(worker.Wait(count), code);
-        EXPECT_EQ(calls, 1);
         EXPECT_THAT(WordsRaisedBy<EThreadError>([&] { worker.Wait(); }),
                     testing::StartsWith("The call to <pthread_join> failed for the following"));
     }
+    EXPECT_EQ(calls, 5);
+    // A new thread has, as a rule, the handle that the ended one has given back.
+    CEvent asked;
+    CWorker other([&](CWorker&) { return worker.WaitAndDetachSelf(), asked.Signal(), 7; });
+    other.Start();
+    EXPECT_EQ(other.Wait([&asked] { asked.Wait(); }), 7);
 }
 
 TEST(ThreadConcurrency, DetachesOnlyItself) {
@@ -108,6 +117,7 @@ TEST(EventConcurrency, OneSignalLetsOneThrough) {
         event.Signal();
         event.Reset();
         std::atomic<bool> mayPass{false};
+        std::atomic<int32_t> inside{0};
         CEvent started;
         CWorker worker([&](CWorker&) {
             started.Signal();
@@ -116,11 +126,13 @@ TEST(EventConcurrency, OneSignalLetsOneThrough) {
         });
         worker.Start();
         started.Wait();
+        auto last = std::make_unique<CCountGuard>(inside, event);
         for (int i = 0; i < 1000; ++i) {
+            const CCountGuard other(inside, event);
             sched_yield();
         }
         mayPass = true;
-        event.Signal();
+        last.reset();
         EXPECT_EQ(worker.Wait(), 1);
     }
 }
@@ -148,6 +160,7 @@ TEST(Mutex, HoldsBetweenProcesses) {
 
 TEST(SettingsConcurrency, AnyThreadMayAskFirst) {
     const CSettingsHome home;
+    home.WriteSuite("c", "TSAURL = url");
     setenv("QORVS_CONFFILE", home.Path("c").c_str(), 1);
     std::atomic<int32_t> scope{1000};
     RunOnThreads(4, [&scope] {
@@ -155,6 +168,7 @@ TEST(SettingsConcurrency, AnyThreadMayAskFirst) {
             const int32_t mine = ++scope / 4;
             EXPECT_EQ(GetSystemConfig(mine), GetSystemConfig(mine));
             EXPECT_EQ(GetTraceDirectory(), GetTraceDirectory());
+            EXPECT_EQ(GetTsaUrl(), GetTsaUrl());
         }
     });
     unsetenv("QORVS_CONFFILE");

@@ -75,9 +75,7 @@ std::string ReadCommandTrimmed(const char* command) {
     return output;
 }
 
-CUTF8String GetExecutablePath() {
-    char link[64];
-    snprintf(link, sizeof(link), "/proc/%d/exe", static_cast<int>(getpid()));
+CUTF8String ReadLink(const char* link) {
     for (std::string target(256, '\0');; target.assign(target.size() * 2, '\0')) {
         const ssize_t length = readlink(link, &target[0], target.size());
         if (length < 0) {
@@ -87,6 +85,12 @@ CUTF8String GetExecutablePath() {
             return CUTF8String(target.c_str(), -1);
         }
     }
+}
+
+CUTF8String GetExecutablePath() {
+    char link[64];
+    snprintf(link, sizeof(link), "/proc/%d/exe", static_cast<int>(getpid()));
+    return ReadLink(link);
 }
 
 CUTF8String GetExecutableName() {

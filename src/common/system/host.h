@@ -24,6 +24,9 @@ CUTF8String ReadCommand(const char* command);
  */
 std::string ReadCommandTrimmed(const char* command);
 
+/** Where a symbolic link leads, however long that is; empty when it cannot be read. */
+CUTF8String ReadLink(const char* link);
+
 /** The path of the running executable; empty when the host does not tell. */
 CUTF8String GetExecutablePath();
 

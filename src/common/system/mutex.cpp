@@ -105,3 +105,9 @@ void CMutex::Unlock(int expectedError) {
 }
 
 bool CMutex::IsLocked() const { return semaphore >= 0 && GetCount(semaphore) == 0; }
+
+bool IsCacheServerLocked() {
+    constexpr uint8_t kCacheServer = 0x48;
+    static const CMutex mutex(kCacheServer);
+    return mutex.IsLocked();
+}

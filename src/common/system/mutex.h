@@ -48,3 +48,6 @@ private:
 
     int32_t semaphore = -1;
 };
+
+/** Whether the cache server holds its lock; false when it is not installed. */
+bool IsCacheServerLocked();

@@ -20,7 +20,10 @@ CThread::~CThread() {
     }
 }
 
-bool CThread::IsCurrent() const noexcept { return pthread_equal(thread, pthread_self()) != 0; }
+bool CThread::IsCurrent() const noexcept {
+    // A thread that was joined has given its handle back, and a new one may have it by now.
+    return pthread_equal(thread, pthread_self()) != 0 && !joined;
+}
 
 void* CThread::Enter(void* self) {
     return reinterpret_cast<void*>(static_cast<intptr_t>(static_cast<CThread*>(self)->Run()));

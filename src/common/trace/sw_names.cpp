@@ -38,7 +38,11 @@ static const std::vector<CISOString>& TriesTexts() {
 
 const char* GetSwString(unsigned short statusWord) noexcept {
     if ((statusWord & 0xFFF0) == 0x63C0) {
-        return TriesTexts()[statusWord & 0x0F].GetText();
+        try {
+            return TriesTexts()[statusWord & 0x0F].GetText();
+        } catch (const std::bad_alloc&) {
+            return "";
+        }
     }
     return kStatusWordTexts.Find(statusWord, "");
 }

@@ -80,10 +80,11 @@ void SetScheduleKeys(const Zone& keyData, CSecureByteZone& k1, CSecureByteZone& 
                     static_cast<int>(size));
         RAISE_CCK(CCkException(kFunctionFailed));
     }
-    const unsigned char* const data = keyData.GetData();
-    k3.Assign(size == 24 ? data + 16 : data, 8);
-    k2.Assign(data + 8, 8);
-    k1.Assign(data, 8);
+    // A copy, since any of the outputs may be the input.
+    const CSecureByteZone keys(keyData.GetData(), size);
+    k1.Assign(keys.GetData(), 8);
+    k2.Assign(keys.GetData() + 8, 8);
+    k3.Assign(size == 24 ? keys.GetData() + 16 : keys.GetData(), 8);
 }
 
 template <class KeyZone>

@@ -52,7 +52,7 @@ void UnpadISO9797M2(const Zone& in, Zone& out);
 
 /**
  * The three keys of triple DES: of 24 bytes, or of 16, whose third key is the first once more.
- * Other lengths throw.
+ * Other lengths throw. Any of the outputs may be the input.
  */
 template <class Zone>
 void SetScheduleKeys(const Zone& keyData, CSecureByteZone& k1, CSecureByteZone& k2,

@@ -114,13 +114,13 @@ void CSecretKey::DecryptUpdate(const unsigned char* in, size_t inLength, unsigne
 }
 
 void CSecretKey::DecryptFinal(unsigned char* out, size_t& outLength) {
-    const bool padded = padding == kPkcs7Padding;
-    const bool bufferEnds = out == nullptr || buffer.GetSize() >= blockSize;
-    if (pending != (padded ? blockSize : 0) || (padded && !bufferEnds)) {
+    const size_t held = padding == kPkcs7Padding ? blockSize : 0;
+    // Queries count into `pending` what may never have come.
+    if (pending != held || (out != nullptr && buffer.GetSize() < held)) {
         RAISE_KEY_FAILURE(kNoWholeBlocks, kEncryptedDataLenRange);
     }
-    outLength = padded ? blockSize : 0;
-    if (!padded || out == nullptr) {
+    outLength = held;
+    if (held == 0 || out == nullptr) {
         return;
     }
     if (mode == kCbcMode) {

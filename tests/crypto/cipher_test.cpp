@@ -59,12 +59,14 @@ TEST(Ciphers, GcmFillsAndChecksTags) {
         const bool valid = row.Text("result_text") == "valid";
         const CByteZone key = row.Bytes("key"), plain = row.Bytes("plain");
         const CByteZone crypted = row.Bytes("cipher");
-        CByteZone iv = row.Bytes("iv"), tag = row.Bytes("tag"), made(16, 0), out = plain;
+        CByteZone iv = row.Bytes("iv"), tag = row.Bytes("tag"), made(16, 0), none, out = plain;
         const size_t size = plain.GetSize();
         unsigned char* const at = out.GetData();
         EXPECT_EQ(RunAesGcm(true, key, at, plain.GetData(), size, iv, made), 1);
         EXPECT_EQ(out, crypted);
         EXPECT_EQ(made == tag, valid);
+        EXPECT_EQ(RunAesGcm(false, key, at, crypted.GetData(), size, iv, none), 0);
+        EXPECT_EQ(out, CByteZone(size, 0)) << "nor of what nobody vouches for";
         EXPECT_EQ(RunAesGcm(false, key, at, crypted.GetData(), size, iv, tag), valid ? 1 : 0);
         EXPECT_EQ(out, valid ? plain : CByteZone(size, 0)) << "nothing stays of a forgery";
         EXPECT_EQ(ERR_peek_error(), 0u);

@@ -39,6 +39,9 @@ void ExpectMultiple(const CByteZone& parameters, const CByteZone& scalar, const 
     EXPECT_EQ(Der2OctetString(GetCkaEcPoint(group.Get(), point.Get())), octets);
     CompressEcPoint(group.Get(), point.Get(), out);
     EXPECT_EQ(out, x);
+    const auto read = Own(BN_new());
+    EXPECT_EQ(GetAffineCoordinates(group.Get(), point.Get(), nullptr, read.Get()), 1);
+    EXPECT_EQ(SetAffineCoordinates(group.Get(), point.Get(), NumberOf(x).Get(), read.Get()), 1);
     const auto key = CreateEcKey(group.Get(), NumberOf(scalar).Get());
     CompressEcPoint(key.Get(), out);
     EXPECT_EQ(out, x);
@@ -155,9 +158,11 @@ TEST(Bignums, AreBytesAndIntegers) {
     EXPECT_EQ(BignumToBuffer(number.Get(), 0), CByteZone(padded + 2, 3));
     EXPECT_EQ(BignumToSecureBuffer(number.Get(), 5), CSecureByteZone(padded, 5));
     EXPECT_THROW(BignumToBuffer(number.Get(), 2), ARGUMENT_INVALID);
+    EXPECT_THROW(BignumToBuffer(nullptr, 2), ARGUMENT_INVALID);
     for (const int32_t value : {0, 66051, INT32_MAX, INT32_MIN}) {
         EXPECT_EQ(BignumToInt(IntToBignum(value).Get()), value);
     }
+    EXPECT_EQ(BignumToInt(NumberOf(CByteZone(4, 0xFF)).Get()), -1);
     EXPECT_THROW(BignumToInt(NumberOf(CByteZone(5, 1)).Get()), ARGUMENT_INVALID);
 }
 

@@ -44,9 +44,12 @@ void EncryptCrosswise(const COpensslCommand& openssl, EVP_PKEY* key, const std::
     const std::string oaep = " -pkeyopt rsa_padding_mode:oaep -pkeyopt rsa_oaep_md:sha";
     CByteZone out(GetKeySize(key), 0);
     for (const std::string label : {"", "label"}) {
-        size_t room = out.GetSize();
-        DoRsaEncryptOAEP(key, out.GetData(), room, kDigest.GetData(), 32, EVP_sha256(), EVP_sha1(),
-                         CByteZone(label.c_str()));
+        for (const int missing : {1, 0}) {
+            size_t room = out.GetSize() - missing;
+            EXPECT_EQ(DoRsaEncryptOAEP(key, out.GetData(), room, kDigest.GetData(), 32,
+                                       EVP_sha256(), EVP_sha1(), CByteZone(label.c_str())),
+                      1 - missing);
+        }
         openssl.Write("ours", out);
         openssl.Run(decrypt + oaep + "256 -pkeyopt rsa_mgf1_md:sha1" +
                     (label.empty() ? "" : " -pkeyopt rsa_oaep_label:6c6162656c"));
@@ -112,6 +115,9 @@ TEST(RsaKeys, AreSharedWithTheCommand) {
         InitVerifyRecover(key.Get(), RSA_PKCS1_PADDING, EVP_sha256(), context);
         VerifyRecover(context.Get(), openssl.Read("theirs"), recovered);
         EXPECT_EQ(recovered, kDigest);
+        size_t room = 31;
+        EXPECT_LE(VerifyRecover(context.Get(), openssl.Read("theirs"), recovered.GetData(), room),
+                  0);
         EncryptCrosswise(openssl, key.Get(), file);
     }
 }

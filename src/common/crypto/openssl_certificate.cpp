@@ -28,7 +28,7 @@ bool IsInOrder(const ASN1_TIME* from, const ASN1_TIME* to, const char* text) {
 
 CTHandle<X509> DERDataToX509(const CByteZone& der) {
     if (der.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("DERDataToX509: invalid parameters.");
+        RAISE_INVALID("DERDataToX509: invalid parameters.");
     }
     const unsigned char* at = der.GetData();
     auto certificate = Own(d2i_X509(nullptr, &at, static_cast<long>(der.GetSize())));
@@ -40,7 +40,7 @@ CTHandle<X509> DERDataToX509(const CByteZone& der) {
 
 CTHandle<X509> PEMDataToX509(const CByteZone& pem) {
     if (pem.IsEmpty() || pem.GetSize() > INT_MAX) {
-        RAISE_INVALID_PARAMETERS("PEMDataToX509: invalid parameters.");
+        RAISE_INVALID("PEMDataToX509: invalid parameters.");
     }
     const auto text = Own(BIO_new(BIO_s_mem()));
     if (!text) {
@@ -59,7 +59,7 @@ CTHandle<X509> PEMDataToX509(const CByteZone& pem) {
 
 CByteZone X509toPEMData(X509* certificate) {
     if (certificate == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::X509toPEMData: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const auto text = Own(BIO_new(BIO_s_mem()));
     if (!text) {

@@ -104,17 +104,14 @@ int RunCall(const CCipherCall& call, CByteZone& iv, bool updateIv, CByteZone& ta
     if (SetUp(context.Get(), call, iv, tag) < 1) {
         return 0;
     }
-    if (Transform(context.Get(), call) < 1) {
-        if (!call.encrypt && call.inLength > 0) {
-            // What a wrong tag or padding lets through is nobody's plain text.
-            OPENSSL_cleanse(call.out, call.inLength);
-        }
-        return 0;
+    const bool done = Transform(context.Get(), call) >= 1 &&
+                      TakeTag(context.Get(), call, tag) >= 1 &&
+                      (!updateIv || TakeIv(context.Get(), call, iv) >= 1);
+    if (!done && !call.encrypt && call.inLength > 0) {
+        // What a wrong tag or padding lets through is nobody's plain text.
+        OPENSSL_cleanse(call.out, call.inLength);
     }
-    if (TakeTag(context.Get(), call, tag) < 1) {
-        return 0;
-    }
-    return updateIv ? TakeIv(context.Get(), call, iv) : 1;
+    return done ? 1 : 0;
 }
 
 }  // namespace

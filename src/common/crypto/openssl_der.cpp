@@ -8,7 +8,7 @@ namespace OpenSSLWrap {
 
 CByteZone Der2OctetString(const CByteZone& der) {
     if (der.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::Der2OctetString: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const unsigned char* at = der.GetData();
     const auto octets = Own(d2i_ASN1_OCTET_STRING(nullptr, &at, static_cast<long>(der.GetSize())));
@@ -21,7 +21,7 @@ CByteZone Der2OctetString(const CByteZone& der) {
 
 CByteZone OctetString2Der(const CByteZone& octets) {
     if (octets.IsEmpty() || octets.GetSize() > INT_MAX) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::OctetString2Der: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const auto text = Own(ASN1_OCTET_STRING_new());
     if (!text) {
@@ -42,7 +42,7 @@ CByteZone OctetString2Der(const CByteZone& octets) {
 
 void Der2RawSignature(const CByteZone& der, CByteZone& raw) {
     if (der.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::Der2RawSignature: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const unsigned char* at = der.GetData();
     const auto signature = Own(d2i_ECDSA_SIG(nullptr, &at, static_cast<long>(der.GetSize())));
@@ -59,11 +59,10 @@ void Der2RawSignature(const CByteZone& der, CByteZone& raw) {
 
 void Raw2DerSignature(const CByteZone& raw, CByteZone& der) {
     if (raw.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::Raw2DerSignature: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     if (raw.GetSize() % 2 != 0) {
-        RAISE_INVALID_PARAMETERS(
-            "OpenSSLWrap::Raw2DerSignature: raw signature length must be even");
+        RAISE_INVALID("OpenSSLWrap::Raw2DerSignature: raw signature length must be even");
     }
     const size_t half = raw.GetSize() / 2;
     auto r = Own(BN_bin2bn(raw.GetData(), static_cast<int>(half), nullptr));

@@ -33,7 +33,7 @@ const char* ReadCurveOid(const EC_GROUP* group, CByteZone& oid) {
 
 CTHandle<EC_GROUP> CreateEcGroup(const CByteZone& parameters) {
     if (parameters.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateEcGroup: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const unsigned char* at = parameters.GetData();
     auto group = Own(d2i_ECPKParameters(nullptr, &at, static_cast<long>(parameters.GetSize())));
@@ -44,6 +44,7 @@ CTHandle<EC_GROUP> CreateEcGroup(const CByteZone& parameters) {
 }
 
 int CreateEcGroup(const EVP_PKEY* key, CTHandle<EC_GROUP>& group) {
+    group.Reset();
     if (key == nullptr) {
         RETURN_INVALID_PARAMETERS();
     }
@@ -56,7 +57,7 @@ int CreateEcGroup(const EVP_PKEY* key, CTHandle<EC_GROUP>& group) {
 
 CByteZone GetCkaEcParams(const EC_GROUP* group) {
     if (group == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetCkaEcParams: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     unsigned char* made = nullptr;
     const int size = i2d_ECPKParameters(group, &made);
@@ -76,10 +77,16 @@ CByteZone GetCkaEcParams(int curveId) {
 }
 
 int GetKeyBitLength(const CByteZone& parameters) {
+    if (parameters.IsEmpty()) {
+        RAISE_INVALID_PARAMETERS();
+    }
     return EC_GROUP_get_degree(CreateEcGroup(parameters).Get());
 }
 
 CEcCurve GetEcCurveComponents(const CByteZone& parameters) {
+    if (parameters.IsEmpty()) {
+        RAISE_INVALID_PARAMETERS();
+    }
     const auto group = CreateEcGroup(parameters);
     const auto p = Own(BN_new());
     const auto a = Own(BN_new());

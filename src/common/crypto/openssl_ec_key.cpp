@@ -59,7 +59,7 @@ CTHandle<OSSL_PARAM> DescribeKey(const BIGNUM* privateKey, const CByteZone& poin
 CTHandle<EVP_PKEY> CreateEcParamsKey(const EC_GROUP* group) {
     if (group == nullptr) {
         // Kept: the name of another operation. Logs are matched on it.
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateECExplicitParamsKey: invalid parameters.");
+        RAISE_INVALID("OpenSSLWrap::CreateECExplicitParamsKey: invalid parameters.");
     }
     const int curve = EC_GROUP_check_named_curve(group, 0, nullptr);
     const auto parameters = curve > NID_undef ? NameGroup(curve) : DescribeGroup(group);
@@ -73,22 +73,22 @@ CTHandle<EVP_PKEY> CreateEcKey(const EC_GROUP* group, const BIGNUM* privateKey,
                                const EC_POINT* publicKey) {
     if (group == nullptr || privateKey == nullptr) {
         // Kept: the name of another operation. Logs are matched on it.
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetEcKey: invalid parameters.");
+        RAISE_INVALID("OpenSSLWrap::GetEcKey: invalid parameters.");
     }
     CTHandle<EC_POINT> computed;
     if (publicKey == nullptr) {
         computed = GetEcPointFromPrivateKey(group, privateKey);
         publicKey = computed.Get();
     }
-    const auto numbers = DescribeKey(privateKey, GetUncompressedEcPointData(group, publicKey));
-    if (!numbers) {
-        RAISE(OPENSSL_FUNCTION_FAILED());
-    }
     OSSL_PARAM* made = nullptr;
     if (EVP_PKEY_todata(CreateEcParamsKey(group).Get(), EVP_PKEY_KEY_PARAMETERS, &made) <= 0) {
         RAISE_OPENSSL("EVP_PKEY_todata");
     }
     const auto domain = Own(made);
+    const auto numbers = DescribeKey(privateKey, GetUncompressedEcPointData(group, publicKey));
+    if (!numbers) {
+        RAISE(OPENSSL_FUNCTION_FAILED());
+    }
     // A shallow merge: both lists stay until the key is made. OPENSSL_free frees the result alone.
     const auto merged = Own(OSSL_PARAM_merge(domain.Get(), numbers.Get()));
     if (!merged) {

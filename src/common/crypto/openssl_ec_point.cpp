@@ -10,18 +10,23 @@ namespace OpenSSLWrap {
 
 namespace {
 
-/** The point that a key stores, encoded; empty, with nothing left in the queue, when it has none.
- */
+/** The point that a key stores, encoded; nothing is reported. */
+bool ReadStoredPoint(const EVP_PKEY* key, CByteZone& encoded) {
+    size_t size = 0;
+    if (EVP_PKEY_get_octet_string_param(key, OSSL_PKEY_PARAM_PUB_KEY, nullptr, 0, &size) != 1) {
+        return false;
+    }
+    encoded.Resize(size);
+    return EVP_PKEY_get_octet_string_param(key, OSSL_PKEY_PARAM_PUB_KEY, encoded.GetData(), size,
+                                           &size) == 1;
+}
+
+/** The same; empty, with nothing left in the queue, when the key has none. */
 CByteZone GetStoredPoint(const EVP_PKEY* key) {
     CByteZone encoded;
-    size_t size = 0;
     ERR_set_mark();
-    if (EVP_PKEY_get_octet_string_param(key, OSSL_PKEY_PARAM_PUB_KEY, nullptr, 0, &size) == 1) {
-        encoded.Resize(size);
-        if (EVP_PKEY_get_octet_string_param(key, OSSL_PKEY_PARAM_PUB_KEY, encoded.GetData(), size,
-                                            &size) != 1) {
-            encoded.Clear();
-        }
+    if (!ReadStoredPoint(key, encoded)) {
+        encoded.Clear();
     }
     ERR_pop_to_mark();
     return encoded;
@@ -31,7 +36,7 @@ CByteZone GetStoredPoint(const EVP_PKEY* key) {
 
 void GetEcPoint(const CByteZone& data, const EC_GROUP* group, CTHandle<EC_POINT>& point) {
     if (data.IsEmpty() || group == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetEcPoint: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const unsigned char* at = data.GetData();
     const auto octets = Own(d2i_ASN1_OCTET_STRING(nullptr, &at, static_cast<long>(data.GetSize())));
@@ -51,7 +56,7 @@ void GetEcPoint(const CByteZone& data, const EC_GROUP* group, CTHandle<EC_POINT>
 
 CByteZone GetUncompressedEcPointData(const EC_GROUP* group, const EC_POINT* point) {
     if (group == nullptr || point == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetUncompressedEcPointData: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const size_t size =
         EC_POINT_point2oct(group, point, POINT_CONVERSION_UNCOMPRESSED, nullptr, 0, nullptr);
@@ -65,8 +70,8 @@ CByteZone GetUncompressedEcPointData(const EC_GROUP* group, const EC_POINT* poin
 
 void GetUncompressedEcPointData(const CByteZone& parameters, const CByteZone& keyValue,
                                 CByteZone& out) {
-    if (keyValue.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetUncompressedEcPointData: invalid parameters.");
+    if (parameters.IsEmpty() || keyValue.IsEmpty()) {
+        RAISE_INVALID_PARAMETERS();
     }
     const auto group = CreateEcGroup(parameters);
     CTHandle<EC_POINT> point;
@@ -84,12 +89,15 @@ void GetUncompressedEcPointData(const CByteZone& parameters, const CByteZone& ke
 }
 
 CByteZone GetCkaEcPoint(const EC_GROUP* group, const EC_POINT* point) {
+    if (group == nullptr || point == nullptr) {
+        RAISE_INVALID_PARAMETERS();
+    }
     return OctetString2Der(GetUncompressedEcPointData(group, point));
 }
 
 CByteZone GetCkaEcPoint(const CByteZone& x, const CByteZone& y) {
     if (x.IsEmpty() || x.GetSize() != y.GetSize()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetCkaEcPoint: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CByteZone octets;
     octets.Append(POINT_CONVERSION_UNCOMPRESSED);
@@ -100,7 +108,7 @@ CByteZone GetCkaEcPoint(const CByteZone& x, const CByteZone& y) {
 
 void CompressEcPoint(const EC_GROUP* group, const EC_POINT* point, CByteZone& out) {
     if (group == nullptr || point == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CompressEcPoint: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const auto x = OwnSecret(BN_new());
     if (!x) {
@@ -114,13 +122,16 @@ void CompressEcPoint(const EC_GROUP* group, const EC_POINT* point, CByteZone& ou
 
 void CompressEcPoint(const EVP_PKEY* key, CByteZone& out) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CompressEcPoint: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CTHandle<EC_GROUP> group;
     if (CreateEcGroup(key, group) <= 0) {
         RAISE(OPENSSL_FUNCTION_FAILED());
     }
-    const CByteZone encoded = GetStoredPoint(key);
+    CByteZone encoded;
+    if (!ReadStoredPoint(key, encoded)) {
+        RAISE_OPENSSL("EVP_PKEY_get_octet_string_param");
+    }
     const auto point = Own(EC_POINT_new(group.Get()));
     if (!point) {
         RAISE_OPENSSL("EC_POINT_new");
@@ -134,7 +145,7 @@ void CompressEcPoint(const EVP_PKEY* key, CByteZone& out) {
 
 CTHandle<EC_POINT> GetEcPointFromPrivateKey(const EC_GROUP* group, const BIGNUM* privateKey) {
     if (group == nullptr || privateKey == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetEcPointFromPrivateKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     auto point = Own(EC_POINT_new(group));
     if (!point) {
@@ -164,7 +175,7 @@ int SetAffineCoordinates(const EC_GROUP* group, EC_POINT* point, const BIGNUM* x
 
 CByteZone ComputeEcCkaId(const EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::ComputeEcCkaId: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CByteZone encoded = GetStoredPoint(key);
     // Keys that were read with a compressed point tell it in that form.
@@ -191,8 +202,8 @@ CByteZone ComputeEcCkaId(const EVP_PKEY* key) {
 }
 
 CByteZone ComputeEcCkaId(const CByteZone& parameters, const CByteZone& privateKey) {
-    if (privateKey.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::ComputeEcCkaId: invalid parameters.");
+    if (parameters.IsEmpty() || privateKey.IsEmpty()) {
+        RAISE_INVALID_PARAMETERS();
     }
     const auto scalar =
         OwnSecret(BN_bin2bn(privateKey.GetData(), static_cast<int>(privateKey.GetSize()), nullptr));

@@ -20,7 +20,7 @@ const char* BlindingQuery(bool blinding) { return blinding ? nullptr : "blinding
 CTHandle<EVP_PKEY> CreateKey(const char* type, int selection, OSSL_PARAM* parameters,
                              const char* properties) {
     if (type == nullptr || parameters == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CTHandle<EVP_PKEY> key;
     if (CreateKey(type, selection, parameters, key, properties) <= 0) {
@@ -47,7 +47,7 @@ int CreateKey(const char* type, int selection, OSSL_PARAM* parameters, CTHandle<
 CTHandle<EVP_PKEY> CreateRsaPublicKey(const CByteZone& modulus, const CByteZone& publicExponent,
                                       bool blinding) {
     if (modulus.IsEmpty() || publicExponent.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateRsaPublicKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CKeyParameters numbers;
     numbers.Push(OSSL_PKEY_PARAM_RSA_N, modulus);
@@ -63,7 +63,7 @@ CTHandle<EVP_PKEY> CreateRsaPrivateKey(const CRsaKeyParts& parts, bool blinding)
     if (parts.modulus.IsEmpty() || parts.publicExponent.IsEmpty() ||
         parts.privateExponent.IsEmpty() || parts.prime1.IsEmpty() || parts.prime2.IsEmpty() ||
         parts.exponent1.IsEmpty() || parts.exponent2.IsEmpty() || parts.coefficient.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateRsaPrivateKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CKeyParameters numbers;
     numbers.Push(OSSL_PKEY_PARAM_RSA_N, parts.modulus);
@@ -83,7 +83,7 @@ CTHandle<EVP_PKEY> CreateRsaPrivateKey(const CRsaKeyParts& parts, bool blinding)
 
 CTHandle<EVP_PKEY> CreateDhParamsKey(const char* group) {
     if (group == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateDhParamsKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CKeyParameters texts;
     texts.Push(OSSL_PKEY_PARAM_GROUP_NAME, group);
@@ -96,7 +96,7 @@ CTHandle<EVP_PKEY> CreateDhParamsKey(const char* group) {
 
 CTHandle<EVP_PKEY> CreateDhParamsKey(const BIGNUM* p, const BIGNUM* q, const BIGNUM* g) {
     if (p == nullptr || g == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateDhParamsKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CKeyParameters numbers;
     numbers.Push(OSSL_PKEY_PARAM_FFC_P, p);
@@ -113,7 +113,7 @@ CTHandle<EVP_PKEY> CreateDhParamsKey(const BIGNUM* p, const BIGNUM* q, const BIG
 CTHandle<EVP_PKEY> CreateDhKey(const BIGNUM* p, const BIGNUM* q, const BIGNUM* g,
                                const BIGNUM* publicKey, const BIGNUM* privateKey) {
     if (p == nullptr || g == nullptr || (publicKey == nullptr && privateKey == nullptr)) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateDhKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CKeyParameters numbers;
     numbers.Push(OSSL_PKEY_PARAM_FFC_P, p);
@@ -163,7 +163,7 @@ int GenerateECKeyFromParametersKey(EVP_PKEY* parameters, CTHandle<EVP_PKEY>& key
 
 CTHandle<EVP_PKEY> GenerateDhKey(EVP_PKEY* parameters) {
     if (parameters == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GenerateDhKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const auto context = Own(EVP_PKEY_CTX_new(parameters, nullptr));
     if (!context) {

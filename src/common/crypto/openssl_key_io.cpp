@@ -91,7 +91,7 @@ int ExportKey(const EVP_PKEY* key, const char* format, int selection, const char
 template <class Zone>
 CTHandle<EVP_PKEY> CreateRsaKeyFromPem(const Zone& pem, bool withPrivate, bool withPublic) {
     if (pem.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateRsaKeyFromPem: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CTHandle<EVP_PKEY> key;
     if (CreateKeyFromData(pem, kPem, SelectionOf(withPrivate, withPublic), "RSA", key) <= 0) {
@@ -103,7 +103,7 @@ CTHandle<EVP_PKEY> CreateRsaKeyFromPem(const Zone& pem, bool withPrivate, bool w
 template <class Zone>
 CTHandle<EVP_PKEY> CreateRsaKeyFromDer(const Zone& der, bool withPrivate, bool withPublic) {
     if (der.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateRsaKeyFromDer: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CTHandle<EVP_PKEY> key;
     if (CreateKeyFromData(der, kDer, SelectionOf(withPrivate, withPublic), "RSA", key) <= 0) {
@@ -114,7 +114,7 @@ CTHandle<EVP_PKEY> CreateRsaKeyFromDer(const Zone& der, bool withPrivate, bool w
 
 CTHandle<EVP_PKEY> CreateEcParamsKeyFromDer(const CByteZone& der) {
     if (der.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateEcParamsKeyFromDer: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CTHandle<EVP_PKEY> key;
     if (CreateKeyFromData(der, kDer, EVP_PKEY_KEY_PARAMETERS, "EC", key) <= 0) {
@@ -125,7 +125,7 @@ CTHandle<EVP_PKEY> CreateEcParamsKeyFromDer(const CByteZone& der) {
 
 CTHandle<EVP_PKEY> CreateDhParamsKeyFromDer(const CByteZone& der) {
     if (der.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::CreateDhParamsKeyFromDer: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     // The other form of parameters is no failure: the first try leaves nothing behind.
     ERR_set_mark();
@@ -143,7 +143,7 @@ CTHandle<EVP_PKEY> CreateDhParamsKeyFromDer(const CByteZone& der) {
 
 CByteZone ParamsToDer(const EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::ParamsToDer: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CByteZone der;
     if (ExportKey(key, kDer, EVP_PKEY_KEY_PARAMETERS, nullptr, der) <= 0) {
@@ -154,7 +154,7 @@ CByteZone ParamsToDer(const EVP_PKEY* key) {
 
 CSecureByteZone KeyToDer(const EVP_PKEY* key, bool withPrivate, bool withPublic) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::KeyToDer: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     CSecureByteZone der;
     if (ExportKey(key, kDer, SelectionOf(withPrivate, withPublic), nullptr, der) <= 0) {
@@ -165,7 +165,7 @@ CSecureByteZone KeyToDer(const EVP_PKEY* key, bool withPrivate, bool withPublic)
 
 CByteZone PublicKeyToPem(const EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::PublicKeyToPem: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const auto context = Own(OSSL_ENCODER_CTX_new_for_pkey(key, EVP_PKEY_PUBLIC_KEY, kPem,
                                                            "SubjectPublicKeyInfo", nullptr));

@@ -63,7 +63,7 @@ int CheckKey(EVP_PKEY* key) {
 
 int GetKeyBitLength(const EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetKeyBitLength: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const int bits = EVP_PKEY_get_bits(key);
     if (bits <= 0) {
@@ -74,7 +74,7 @@ int GetKeyBitLength(const EVP_PKEY* key) {
 
 int GetKeySize(const EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetKeySize: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const int size = EVP_PKEY_get_size(key);
     if (size <= 0) {
@@ -85,7 +85,7 @@ int GetKeySize(const EVP_PKEY* key) {
 
 CByteZone GetEncodedPublicKey(EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GetEncodedPublicKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     unsigned char* bytes = nullptr;
     const size_t size = EVP_PKEY_get1_encoded_public_key(key, &bytes);
@@ -98,7 +98,7 @@ CByteZone GetEncodedPublicKey(EVP_PKEY* key) {
 
 void SetEncodedPublicKey(EVP_PKEY* key, const CByteZone& encoded) {
     if (key == nullptr || encoded.IsEmpty()) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::SetEncodedPublicKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     if (EVP_PKEY_set1_encoded_public_key(key, encoded.GetData(), encoded.GetSize()) <= 0) {
         RAISE_OPENSSL("EVP_PKEY_set1_encoded_public_key");
@@ -107,28 +107,28 @@ void SetEncodedPublicKey(EVP_PKEY* key, const CByteZone& encoded) {
 
 bool IsRsa(const EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::IsRsa: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     return EVP_PKEY_is_a(key, "RSA") == 1;
 }
 
 bool IsDsa(const EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::IsDsa: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     return EVP_PKEY_is_a(key, "DSA") == 1;
 }
 
 bool IsDh(const EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::IsDh: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     return EVP_PKEY_is_a(key, "DH") == 1;
 }
 
 bool IsEc(const EVP_PKEY* key) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::IsEc: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     return EVP_PKEY_is_a(key, "EC") == 1;
 }
@@ -209,7 +209,7 @@ int SetKeyNumber(EVP_PKEY* key, EKeyNumber name, const BIGNUM* number) {
 
 void PubExpAndModFromRsaKey(const EVP_PKEY* key, CByteZone& modulus, CByteZone& publicExponent) {
     if (key == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::PubExpAndModFromRsaKey: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     if (GetKeyNumber(key, EKeyNumber::N, modulus) <= 0 ||
         GetKeyNumber(key, EKeyNumber::E, publicExponent) <= 0) {

@@ -10,7 +10,7 @@
 void OpenSSLWrap::GenerateRandom(unsigned char* buffer, size_t length) {
     TraceString0("OpenSSLWrap::GenerateRandom");
     if (buffer == nullptr || length == 0) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::GenerateRandom: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     for (size_t done = 0; done < length;) {
         const size_t count = std::min<size_t>(length - done, INT_MAX);

@@ -109,7 +109,7 @@ int DoRsaEncryptOAEP(EVP_PKEY* key, unsigned char* out, size_t& outLength, const
 
 CSecureByteZone DecryptRsaOaep(const CByteZone& ciphertext, EVP_PKEY* key, const char* digestName) {
     if (ciphertext.IsEmpty() || key == nullptr || digestName == nullptr) {
-        RAISE_INVALID_PARAMETERS("OpenSSLWrap::DecryptRsaOaep: invalid parameters.");
+        RAISE_INVALID_PARAMETERS();
     }
     const auto context = Own(EVP_PKEY_CTX_new(key, nullptr));
     if (!context) {

@@ -276,7 +276,10 @@ int DeriveSecret(EVP_PKEY* key, EVP_PKEY* peerKey, CSecureByteZone& secret);
 
 // `padding` is one of OpenSSL's RSA_..._PADDING, or 0 for keys that have none.
 int InitSign(EVP_PKEY* key, int padding, const EVP_MD* digest, CTHandle<EVP_PKEY_CTX>& context);
-/** A null signature asks for the size; `length` is the room on entry and the size afterwards. */
+/**
+ * A null signature asks for the size; `length` is the room on entry and the size afterwards. A room
+ * that is too small fails. The same holds below wherever an output has a length.
+ */
 int Sign(EVP_PKEY_CTX* context, const CByteZone& digest, unsigned char* signature, size_t& length);
 int Sign(EVP_PKEY_CTX* context, const CByteZone& digest, CByteZone& signature);
 
@@ -325,7 +328,7 @@ CSecureByteZone DecryptRsaOaepSha1(const CByteZone& ciphertext, EVP_PKEY* key);
  * one block more; it may be `in`. With `updateIv` the chaining value goes back to `iv`, so that the
  * next call goes on where this one ended. Of AEAD ciphers, decryption checks `tag` and encryption
  * fills one that is not empty. An empty tag skips that step; decryption then fails. When decryption
- * fails, `out` is wiped.
+ * fails after it began to write, `out` is wiped.
  */
 template <class KeyZone>
 int DoCipher(const KeyZone& key, unsigned char* out, const unsigned char* in, size_t inLength,

@@ -15,8 +15,11 @@
     } while (false)
 
 /** Traces a text about the arguments and throws CException with the code 6. */
-#define RAISE_INVALID_PARAMETERS(text)                 \
+#define RAISE_INVALID(...)                             \
     do {                                               \
-        TraceString0(text);                            \
+        TraceString(__VA_ARGS__);                      \
         RAISE_CEXCEPTION(CException(kFunctionFailed)); \
     } while (false)
+
+/** The same with the text that most operations have. */
+#define RAISE_INVALID_PARAMETERS() RAISE_INVALID("OpenSSLWrap::%s: invalid parameters.", __func__)

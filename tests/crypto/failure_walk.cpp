@@ -1,8 +1,12 @@
 // Every operation of the OpenSSL family while one call of OpenSSL after the other fails, and with
 // arguments without sense. The linker leads the calls listed in wrapped_calls.inc, and those of the
 // trace, through here (failure_walk.cmake).
+#include "crypto/aes_key.h"
+#include "crypto/block_ops.h"
 #include "crypto/cipher_table.h"
+#include "crypto/cmac.h"
 #include "crypto/openssl_wrapper.h"
+#include "crypto/retail_mac.h"
 #include "support/stanza_file.h"
 
 #include <gmock/gmock.h>
@@ -114,6 +118,7 @@ struct CBench {
     CSecureByteZone secret;
     unsigned char buffer[256];
     size_t length = sizeof buffer;
+    CAesKey aes{key16};
 
     CBench() {
         GetKeyNumber(rsa.Get(), EKeyNumber::N, parts.modulus);
@@ -159,6 +164,12 @@ int GcmThereAndBack(CBench& b) {
     return run(true) > 0 && run(false) > 0;
 }
 
+int ComputeMacs(CBench& b) {
+    ComputeCMAC(b.key16, b.digest, b.zone);
+    ComputeDES3RetailMAC(b.rc2Iv, b.rc2Iv, b.other = b.digest);
+    return 1;
+}
+
 const int kSaltLength = 20;
 
 /** X9.42 parameters: the first two calls try the other form, and their failures are no one's. */
@@ -172,6 +183,7 @@ struct CWalk {
     const char* call;
     int (*run)(CBench& b);
     const char* text;  // how the trace of a refusal begins, null for the usual text
+    unsigned long bareCode = 0;
 };
 
 // clang-format off
@@ -180,6 +192,8 @@ struct CWalk {
 #define SAYS(text, ...) {#__VA_ARGS__, [](CBench& b) -> int { \
     static_cast<void>(b), static_cast<void>(__VA_ARGS__); return 1; }, text}
 #define THROWS(...) SAYS(nullptr, __VA_ARGS__)
+#define BARE(code, text, ...) {#__VA_ARGS__, [](CBench& b) -> int { __VA_ARGS__; return 1; }, text, code}
+#define STUB(name, ...) BARE(0x63, #name " must been override", b.aes.name(__VA_ARGS__))
 
 const CWalk kOperations[] = {
     THROWS(GenerateRandom(b.buffer, sizeof b.buffer)), CODE(Sha256(b.digest, b.zone)),
@@ -245,7 +259,7 @@ const CWalk kOperations[] = {
     THROWS(b.key = CreateRsaKeyFromPem(b.rsaPem, false, true)),
     THROWS(b.key = CreateEcParamsKeyFromDer(b.ecParameters)), CODE(ReadX942(b)),
     THROWS(ParamsToDer(b.ec.Get())), THROWS(KeyToDer(b.rsa.Get(), true, true)),
-    THROWS(PublicKeyToPem(b.rsa.Get())),
+    THROWS(PublicKeyToPem(b.rsa.Get())), CODE(ComputeMacs(b)),
 };
 
 // Arguments without sense and data that are something else: 0, or CException with the code 6.
@@ -314,6 +328,23 @@ const CWalk kRefused[] = {
     THROWS(CreateRsaKeyFromDer(kNothing, true, true)), THROWS(CreateEcParamsKeyFromDer(kNothing)),
     THROWS(CreateDhParamsKeyFromDer(kNothing)), THROWS(ParamsToDer(nullptr)),
     THROWS(KeyToDer(nullptr, true, true)), THROWS(PublicKeyToPem(nullptr)),
+    STUB(CKey::Encrypt, nullptr, 0, nullptr, b.length),
+    STUB(CKey::EncryptUpdate, nullptr, 0, nullptr, b.length),
+    STUB(CKey::EncryptFinal, nullptr, b.length), STUB(CKey::Decrypt, nullptr, 0, nullptr, b.length),
+    STUB(CKey::DecryptUpdate, nullptr, 0, nullptr, b.length),
+    STUB(CKey::DecryptFinal, nullptr, b.length), STUB(CSecretKey::EncryptECB, nullptr, 0),
+    STUB(CSecretKey::DecryptECB, nullptr, 0), STUB(CSecretKey::EncryptCBC, nullptr, 0),
+    STUB(CSecretKey::DecryptCBC, nullptr, 0),
+    BARE(0x21, "padding is notbut the size of the buffer is not a multiple of a block size",
+         b.aes.EncryptFull(CByteZone(15, 1), 0, 1)),
+    SAYS("", ComputeCMAC(kNothing, b.digest, b.zone)),
+    SAYS("ComputeDES3RetailMAC: output data must be pre-allocated.",
+         ComputeDES3RetailMAC(b.rc2Iv, b.rc2Iv, b.zone = kNothing)),
+    SAYS("PadISO9797M2: size(9) must be 8 or 16.", PadISO9797M2(b.digest, b.zone, 9)),
+    SAYS("UnpadISO9797M2: input data is empty.", UnpadISO9797M2(kNothing, b.zone)),
+    SAYS("UnpadISO9797M2: input data must end with 0x80[00...].", UnpadISO9797M2(b.iv, b.zone)),
+    SAYS("SetScheduleKeys: key data length(32) must be 16 or 24.",
+         SetScheduleKeys(b.digest, b.secret, b.secret, b.secret)),
 };
 // clang-format on
 
@@ -338,6 +369,8 @@ int RunFailing(const CWalk& operation, CBench& bench, int call) {
     } catch (const OPENSSL_FUNCTION_FAILED& exception) {
         EXPECT_FALSE(exception.HasMessage());
         EXPECT_THAT(traced.back(), StartsWith("WARNING Exception raised in "));
+    } catch (const CCkException& exception) {
+        EXPECT_EQ(exception.GetErrorCode(), 6U);
     }
     callsToFailure = 0;
     EXPECT_EQ(ERR_peek_error(), 0U);
@@ -370,14 +403,27 @@ TEST(Refusals, AreNamedInTheTrace) {
     CBench bench;
     for (const CWalk& operation : kRefused) {
         SCOPED_TRACE(operation.call);
-        const std::string call = operation.call, name = call.substr(0, call.find('('));
+        const std::string call = operation.call;
+        const size_t end = call.find('('), begin = call.find_last_of(".:", end) + 1;
+        const std::string name = call.substr(begin, end - begin);
+        std::string family;
+        unsigned long code = 0;
         traced.clear();
         try {
             EXPECT_EQ(operation.run(bench), 0);
         } catch (const CException& exception) {
-            const char* const family = typeid(exception) == typeid(CException) ? "C" : "";
             EXPECT_EQ(exception.GetErrorCode(), 6U);
-            EXPECT_EQ(traced.back(), "WARNING " + (family + ("Exception raised in " + name)));
+            family = typeid(exception) == typeid(CException)     ? "C"
+                     : typeid(exception) == typeid(CCkException) ? "CCk"
+                                                                 : "-";
+        } catch (unsigned long bare) {
+            family = "-";
+            code = bare;
+        }
+        EXPECT_EQ(code, operation.bareCode);
+        if (!family.empty()) {
+            EXPECT_EQ(traced.back(),
+                      "WARNING " + (family == "-" ? "" : family) + "Exception raised in " + name);
             traced.pop_back();
         }
         const std::string usual = "OpenSSLWrap::" + name + ": invalid parameters.";

@@ -77,19 +77,3 @@ TEST(KeyClasses, DoAllInOneCall) {
     key.EncryptCBC(out.GetData(), 32);
     EXPECT_EQ(out, CByteZone(32, 0));
 }
-
-TEST(KeyClasses, StubsThrowBareCodes) {
-    CAesKey key(CByteZone(16, 0));
-    size_t n = 0;
-#define EXPECT_STUB(call) EXPECT_EQ(Outcome([&](auto&) { key.call; }), " !63")
-    EXPECT_STUB(CKey::Encrypt(nullptr, 0, nullptr, n));
-    EXPECT_STUB(CKey::EncryptUpdate(nullptr, 0, nullptr, n));
-    EXPECT_STUB(CKey::EncryptFinal(nullptr, n));
-    EXPECT_STUB(CKey::Decrypt(nullptr, 0, nullptr, n));
-    EXPECT_STUB(CKey::DecryptUpdate(nullptr, 0, nullptr, n));
-    EXPECT_STUB(CKey::DecryptFinal(nullptr, n));
-    EXPECT_STUB(CSecretKey::EncryptECB(nullptr, 0));
-    EXPECT_STUB(CSecretKey::DecryptECB(nullptr, 0));
-    EXPECT_STUB(CSecretKey::EncryptCBC(nullptr, 0));
-    EXPECT_STUB(CSecretKey::DecryptCBC(nullptr, 0));
-}

@@ -75,6 +75,14 @@ std::string ReadCommandTrimmed(const char* command) {
     return output;
 }
 
+std::string RunCommand(const char* command) {
+    try {
+        return ReadCommandTrimmed(command);
+    } catch (const std::out_of_range&) {
+        return {};
+    }
+}
+
 CUTF8String ReadLink(const char* link) {
     for (std::string target(256, '\0');; target.assign(target.size() * 2, '\0')) {
         const ssize_t length = readlink(link, &target[0], target.size());

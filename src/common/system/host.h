@@ -24,6 +24,9 @@ CUTF8String ReadCommand(const char* command);
  */
 std::string ReadCommandTrimmed(const char* command);
 
+/** The same, but empty too when the command prints nothing. */
+std::string RunCommand(const char* command);
+
 /** Where a symbolic link leads, however long that is; empty when it cannot be read. */
 CUTF8String ReadLink(const char* link);
 

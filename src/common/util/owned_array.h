@@ -25,6 +25,10 @@ class CTOwnedArray {
 
 public:
     CTOwnedArray() noexcept = default;
+    CTOwnedArray(CTOwnedArray&& other) noexcept
+        : items(std::exchange(other.items, nullptr)),
+          count(std::exchange(other.count, 0)),
+          capacity(std::exchange(other.capacity, 0)) {}
     ~CTOwnedArray() {
         std::destroy_n(items, count);
         ::operator delete(items);

@@ -111,6 +111,7 @@ TEST(Version, IsTheFirstRunOfDigitsAndPoints) {
     const auto version = Version::FromText("OpenSSL 3.010.5");
     EXPECT_EQ(version->GetText(1, 3), "10.5.0");
     EXPECT_THROW(version->GetText(2, 1), InvalideIndexOrder);
+    EXPECT_THROW(version->GetText(3, 4), InvalideIndexOrder);
     EXPECT_THROW(Version::FromText("1.4294967296"), std::runtime_error);
 }
 
@@ -125,12 +126,14 @@ TEST(CodecsDeathTest, WriteTheirWordsIntoTheLog) {
     const CLogHome home;
     setenv("QORVS_CONFFILE", home.Path("qorvs.conf").c_str(), 1);
     EXPECT_EXIT((Outcome([] { return DecodeBase64("!!!!"); }),
-                 Outcome([] { return ZipDecode(Noise(100)); }), _exit(0)),
+                 Outcome([] { return ZipDecode(Noise(100)); }),
+                 Outcome([] { return ParseAddress("10.%s.1"); }), _exit(0)),
                 testing::ExitedWithCode(0), "");
     unsetenv("QORVS_CONFFILE");
     const std::string log = testing::PrintToString(NumberThreads(home.Log().lines));
     static const char kWords[] =
         " data is of invalid base 64 format\".*WARNING Exception raised' in .DecodeBase64.*"
-        " Could not initialize deflate\".*WARNING Exception raised' in .ZipDecode";
+        " Could not initialize deflate\".*WARNING Exception raised' in .ZipDecode"
+        ".* adress is not in IPV4 format\".* 10.%s.1\".*WARNING Exception raised' in .ParseAddress";
     EXPECT_THAT(log, testing::ContainsRegex(kWords));
 }

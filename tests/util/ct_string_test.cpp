@@ -9,6 +9,7 @@
 #include <locale.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 #include <new>
 #include <random>
@@ -76,8 +77,15 @@ void ExpectWritten(const CStanza& row, const char* key) {
     EXPECT_EQ(ToStd(String::FromCodePoint(codePoint)), Units<Unit>(row, key)) << row.Name();
 }
 
+// What is letter and capital follows the locale; "C" knows ASCII only.
 template <class String>
-class StringTest : public testing::Test {};
+class StringTest : public testing::Test {
+protected:
+    ~StringTest() override { uselocale(hostLocale), freelocale(utf8); }
+
+    const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    const locale_t hostLocale = uselocale(utf8);
+};
 
 using StringTypes = testing::Types<CISOString, CTString<CISOEncoding, true>, CUTF8String,
                                    CTString<CUTF8Encoding, true>, CUTF16String, CUTF32String>;
@@ -109,7 +117,9 @@ TYPED_TEST(StringTest, DoesWhatCodePointsDo) {
         STEP(text.Erase(place(first), place(last)), model.erase(first, last - first)),
         STEP(text.TrimLeft(unit), model.erase(0, model.find_first_not_of(unit))),
         STEP(text.TrimRight(unit), model.erase(model.find_last_not_of(unit) + 1)),
-        STEP(text.PadLeft(text.GetLength() + 3, U'-'), model = U"---" + model),
+        STEP(text.Truncate(at(first).GetIndex()).Truncate(SIZE_MAX), model.erase(first)),
+        STEP(text.PadLeft(text.GetLength() + 3, U'-').PadLeft(3, U'!'), model = U"---" + model),
+        STEP(text.PadRight(text.GetLength() + 2, U'+').PadRight(2, U'!'), model += U"++"),
         STEP(text = text.Right(at(first)), model.erase(0, first)),
         STEP(text = text.Left(at(last)), model.erase(last)),
         STEP(text.AppendRaw(text.GetBuffer(), text.GetLength()), model += model),
@@ -152,6 +162,7 @@ TYPED_TEST(StringTest, GrowsByTheRule) {
         text.Append(U'x');
         EXPECT_EQ(RecordOf(text)->capacity, capacity);
     }
+    EXPECT_EQ(RecordOf(TypeParam(text).Append(U'z'))->capacity, 15u) << "a copy starts at its size";
     TypeParam copy(text);
     copy.GetWritableBuffer()[0] = 'y';
     EXPECT_EQ(copy, "yxxxxxxx");
@@ -173,6 +184,7 @@ TYPED_TEST(StringTest, NullAndNoUnitsAreBothEmpty) {
         EXPECT_TRUE(text.Split(text).GetCount() == 1 && text == null && text == none);
         EXPECT_TRUE(text.Find(none).IsNull() && text.StartsWith(none) && text.EndsWith(null));
         EXPECT_EQ(TypeParam(text).PadLeft(2, U'x').Erase(-5, 99).GetBuffer(), nullptr);
+        EXPECT_EQ(TypeParam(text).Trim(U' ').GetBuffer(), nullptr);
     }
     EXPECT_EQ(TypeParam(noText).Append("").GetWritableBuffer(), nullptr);
 }
@@ -199,7 +211,33 @@ TYPED_TEST(StringTest, SplitsIntoAllPieces) {
             joined += piece + TypeParam("|");
         }
         EXPECT_EQ(joined, row.Text("pieces_text").c_str());
+        EXPECT_EQ(pieces.GetCapacity(), static_cast<size_t>(row.Int("capacity_int")));
     }
+}
+
+TYPED_TEST(StringTest, WritesValues) {
+    EXPECT_EQ(TypeParam::FromUInt(0) + TypeParam::FromBool(false), "0false");
+    EXPECT_EQ(TypeParam::FromBool(true) + TypeParam::FromUInt(~0ull), "true18446744073709551615");
+    for (const char* const number : {"0", "-0", "42", "0.1", "0.30000000000000004", "1e+05", "-2.5",
+                                     "1.7976931348623157e+308", "5e-324"}) {
+        EXPECT_EQ(TypeParam::FromDouble(std::strtod(number, nullptr)), number);
+    }
+}
+
+TYPED_TEST(StringTest, ComparesWithTextsOfAllForms) {
+    FOR_EACH_STANZA(row, ReadStanzas("util/compare.txt")) {
+        const TypeParam text(row.Text("text_text").c_str());
+        const CUTF8String other(row.Text("other_text").c_str());
+        const auto expectSigns = [&](const auto& form) {
+            EXPECT_EQ(Sign(text.Compare(form)), row.Int("order_int"));
+            EXPECT_EQ(Sign(text.CompareNoCase(form)), row.Int("no_case_int"));
+        };
+        expectSigns(other.GetText());
+        expectSigns(TypeParam(other));
+        expectSigns(CUTF16String(other).GetText());
+    }
+    const TypeParam capitals("A\u00C9Z\u0178");
+    EXPECT_EQ(TypeParam("a\u00E9z\u00FF").ToUpper(), capitals) << "the last is not in Latin-1";
 }
 
 TEST(String, ReadsAndWritesUnits) {
@@ -236,6 +274,8 @@ TEST(String, ArgumentsMayLieInTheStringItself) {
         EXPECT_EQ(ToStd(text.Append(text.GetBuffer() + 1)), "ab" + tail + "b" + tail);
         EXPECT_EQ(ToStd(text = text.GetBuffer() + 2 + size), "b" + tail);
         EXPECT_EQ(ToStd(text.Insert(text.End(), text.GetBuffer())), "b" + tail + "b" + tail);
+        const std::string model = ToStd(text) + ToStd(text) + '\0';
+        EXPECT_EQ(ToStd(text.AppendRaw(text.GetBuffer(), text.GetLength() + 1)), model);
     }
 }
 
@@ -262,15 +302,7 @@ TEST(String, FastPathsAnswerAsCodePointsDo) {
     }
 }
 
-TEST(String, ComparesByCodePointAndCaseByLocale) {
-    EXPECT_LT(CUTF16String(L"\uFFFF"), CUTF16String("\U0001F600")) << "code points, not units";
+TEST(String, ComparesCodePointsAndNotUnits) {
+    EXPECT_LT(CUTF16String(L"\uFFFF"), CUTF16String("\U0001F600"));
     EXPECT_GT(Raw(std::string("a\0", 2)), "a");
-    EXPECT_EQ(CUTF8String("aBC").CompareNoCase("AbD"), -1);
-    const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    const locale_t before = uselocale(utf8);
-    EXPECT_EQ(CUTF8String("a\u00E9z").ToUpper(), "A\u00C9Z");
-    EXPECT_EQ(CUTF8String("\u00C9").CompareNoCase("\u00E9"), 0);
-    EXPECT_EQ(CISOString("\u00FF").ToUpper(), "?") << "its capital is not in Latin-1";
-    uselocale(before);
-    freelocale(utf8);
 }

@@ -84,6 +84,8 @@ TYPED_TEST(ZoneTest, GrowsByHalfOfTheOldCapacityMoreThanRequired) {
     EXPECT_THROW(zone.Append(zone.GetData(), all), std::bad_alloc);
     EXPECT_THROW(zone.Insert(1, all, 3), std::bad_alloc);
     EXPECT_THROW(zone.Fill(half, 3), std::bad_alloc);
+    EXPECT_THROW(zone.Resize(all), std::bad_alloc);
+    EXPECT_THROW(zone.Reserve(all), std::bad_alloc);
     EXPECT_THROW(TypeParam(nullptr, half), std::bad_alloc);
     EXPECT_EQ(zone, TypeParam(9, 1));
 }

@@ -7,7 +7,6 @@
 #include <openssl/evp.h>
 
 #include <climits>
-#include <cstring>
 #include <memory>
 
 namespace {
@@ -51,9 +50,13 @@ bool ReadAll(BIO* decoder, CByteZone& data) {
     return true;
 }
 
+bool IsBlank(char character) {
+    return character == ' ' || character == '\t' || character == '\r' || character == '\n';
+}
+
 /** The number of bytes that a text of this length and padding should hold. */
 size_t PromisedSize(const char* text, size_t length) {
-    while (length > 0 && std::strchr(" \t\r\n", text[length - 1]) != nullptr) {
+    while (length > 0 && IsBlank(text[length - 1])) {
         --length;
     }
     size_t padding = 0;

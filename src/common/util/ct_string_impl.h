@@ -128,7 +128,8 @@ void CTString<Encoding, Secure>::AppendAny(const Unit* units, size_t count) {
     const size_t offset = own ? static_cast<size_t>(units - buffer->data) : 0;
     const size_t length = GetLength();
     Unit* const room = MakeRoom(CheckedSum(length, count));
-    std::memcpy(room + length, own ? room + offset : units, count * sizeof(Unit));
+    // Own units may reach over the old terminator, which lies in the new room.
+    std::memmove(room + length, own ? room + offset : units, count * sizeof(Unit));
 }
 
 template <class Encoding, bool Secure>
@@ -214,11 +215,11 @@ auto CTString<Encoding, Secure>::Insert(const CIterator& position, char32_t code
 template <class Encoding, bool Secure>
 void CTString<Encoding, Secure>::Remove(size_t first, size_t last) {
     const size_t length = GetLength();
-    if (first >= last || first >= length) {
-        return;
-    }
     if (first == 0 && last >= length) {
         *this = CTString();
+        return;
+    }
+    if (first >= last || first >= length) {
         return;
     }
     Unit* const units = MakeRoom(length);

@@ -11,7 +11,7 @@
  *
  * The script runs in a context of its own with the language's standard objects and nothing else: no
  * isInNet, no dnsResolve. It may use 64 MiB and ten seconds; beyond either it fails like one that
- * throws. Any thread may call.
+ * throws. It runs in a child process, which is gone when the call returns. Any thread may call.
  */
 CUTF8String EvaluatePacScript(const CISOString& script, const char* urlText,
                               const CUTF8String& host);

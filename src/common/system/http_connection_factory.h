@@ -13,4 +13,6 @@ public:
     /** A new connection, not connected. Throws CHttpException "Invalid protocol : " and the scheme.
      */
     virtual std::shared_ptr<CHttpConnection> GetConnection(const CHttpUrl& url) const;
+
+    virtual ~CHttpConnectionFactory() = default;
 };

@@ -21,7 +21,8 @@ std::string ReadWholeFile(const std::string& path) {
 // writing too never ends.
 static std::vector<std::string> Shell(const std::vector<std::string>& command,
                                       const std::string& output) {
-    std::string script = "PATH=$PATH:/usr/sbin; mkfifo $0.in; exec setpriv --pdeathsig KILL";
+    std::string script =
+        "PATH=$PATH:/usr/sbin; rm -f $0.in; mkfifo $0.in; exec setpriv --pdeathsig KILL";
     for (const std::string& word : command) {
         script += " '" + std::regex_replace(word, std::regex("'"), R"('\'')") + "'";
     }
@@ -36,12 +37,14 @@ CServerProcess::CServerProcess(const std::vector<std::string>& command, uint16_t
     snprintf(row, sizeof(row), ":%04X [0-9A-F:]+ 0A ", static_cast<unsigned>(port));
     const std::regex listening(row);
     const auto deadline = std::chrono::steady_clock::now() + kLongestStart;
+    // The table is long when a test before has made many connections.
+    auto pause = std::chrono::milliseconds(2);
     while (!std::regex_search(ReadWholeFile("/proc/net/tcp") + ReadWholeFile("/proc/net/tcp6"),
                               listening)) {
         if (std::chrono::steady_clock::now() > deadline) {
             throw std::runtime_error("the server does not listen: " + ReadWholeFile(outputPath));
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        std::this_thread::sleep_for(pause *= 2);
     }
 }
 

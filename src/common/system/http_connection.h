@@ -96,6 +96,12 @@ public:
         SendCrLf();
     }
 
+    /**
+     * While on, blocks gather in the kernel and leave in full segments, the rest when turned off:
+     * a peer is not woken for each of them. Stays on when a block fails.
+     */
+    void HoldBack(bool on);
+
     /** Receives when no byte of `recvBuffer` is left; false at the end of the stream. */
     bool EnsureData();
 

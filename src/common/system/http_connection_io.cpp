@@ -4,6 +4,8 @@
 #include "util/raise.h"
 
 #include <errno.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -78,6 +80,12 @@ void CHttpConnection::SendText(const CSecureISOString& text) {
 void CHttpConnection::SendText(const char* text) { SendBlock(text, std::strlen(text)); }
 
 void CHttpConnection::SendCrLf() { SendBlock("\r\n", 2); }
+
+void CHttpConnection::HoldBack(bool on) {
+    // Only what it costs to send depends on it: a refusal changes nothing else.
+    const int value = on ? 1 : 0;
+    setsockopt(socket, IPPROTO_TCP, TCP_CORK, &value, sizeof(value));
+}
 
 bool CHttpConnection::EnsureData() {
     if (recvPos < recvBuffer.GetSize()) {
@@ -159,7 +167,7 @@ bool CHttpConnection::RecvBlockWithCappedLength(CByteZone& out, size_t cap) {
     out.Fill(cap, 0);
     std::copy_n(recvBuffer.GetData() + recvPos, buffered, out.GetData());
     recvPos += buffered;
-    if (unread > 0 && buffered == cap) {
+    if (buffered == cap) {
         return cap > 0;
     }
     const int received = Recv(out.GetData() + buffered, cap - buffered);

@@ -34,25 +34,29 @@ public:
         return Line(CISOString("Content-Type: ") + type);
     }
 
-    void Send() {
-        Check();
-        // One for all blocks: each has its own, which then costs nothing.
-        const CSigPipeGuard guard;
-        for (const CISOString& line : lines) {
-            connection.SendLine(line);
-        }
-        connection.SendCrLf();
-    }
+    void Send() { Transmit(CByteZone()); }
 
     void Send(const CByteZone& body) {
         CISOFmtArgs length;
         length << static_cast<unsigned long>(body.GetSize());
         Line(FormatMessage(CISOString("Content-Length: %1"), length));
-        Send();
-        connection.SendBlock(body.GetData(), body.GetSize());
+        Transmit(body);
     }
 
 private:
+    void Transmit(const CByteZone& body) {
+        Check();
+        // One for all blocks: each has its own, which then costs nothing.
+        const CSigPipeGuard guard;
+        connection.HoldBack(true);
+        for (const CISOString& line : lines) {
+            connection.SendLine(line);
+        }
+        connection.SendCrLf();
+        connection.SendBlock(body.GetData(), body.GetSize());
+        connection.HoldBack(false);
+    }
+
     /** Refuses text that would end its line ahead of time. */
     void Check() const {
         for (const CISOString& line : lines) {

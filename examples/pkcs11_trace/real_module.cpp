@@ -1,12 +1,17 @@
 #include "real_module.h"
 
 #include <qorvs/ck_names.h>
+#include <qorvs/remote_log.h>
 #include <qorvs/trace.h>
 
 #include <dlfcn.h>
 #include <stdlib.h>
+#include <unistd.h>
+
+#include <string>
 
 static constexpr char kModuleVariable[] = "QORVS_PKCS11_MODULE";
+static constexpr char kRecordVariable[] = "QORVS_RECORD_URL";
 static constexpr char kDefaultModule[] = "/usr/lib/softhsm/libsofthsm2.so";
 
 template <typename Function>
@@ -22,12 +27,24 @@ static bool IsThisModule(CK_C_GetFunctionList function) {
            dladdr(kModuleVariable, &ours) != 0 && theirs.dli_fbase == ours.dli_fbase;
 }
 
+// The log goes to an endpoint too, under the number of the process.
+static void StartRecording(const std::string& url) {
+    try {
+        StartRemoteLogsRecord((url + "?process=" + std::to_string(getpid())).c_str());
+    } catch (...) {
+        // The session goes on without; the endpoint shows that nothing came.
+    }
+}
+
 const CRealModule& CRealModule::Instance() {
     static const CRealModule module;  // has nothing to destroy, so exit handlers may use it
     return module;
 }
 
 CRealModule::CRealModule() {
+    if (const char* url = secure_getenv(kRecordVariable)) {
+        StartRecording(url);
+    }
     const char* path = secure_getenv(kModuleVariable);
     Load(path != nullptr && *path != '\0' ? path : kDefaultModule);
 }

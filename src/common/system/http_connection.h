@@ -7,6 +7,7 @@
 #include "util/ct_string.h"
 #include "util/ct_zone.h"
 
+#include <atomic>
 #include <cstdint>
 
 /** Text that is wiped when its buffer is released. */
@@ -138,7 +139,8 @@ protected:
     // For the server side: the origin that it allows.
     CISOString origin;
 
-    int32_t socket = -1;
+    // Atomic for who interrupts a connection from another thread.
+    std::atomic<int32_t> socket{-1};
     bool viaProxy = false;
 
 private:

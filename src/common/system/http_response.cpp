@@ -4,16 +4,10 @@
 #include "util/numbers.h"
 #include "util/raise.h"
 
-#include <optional>
 #include <stdexcept>
 #include <utility>
 
 namespace {
-
-struct CStatusLine {
-    int32_t status = -1;
-    CISOString reason;
-};
 
 std::optional<int32_t> ParseStatus(const CISOString& text) {
     try {
@@ -23,8 +17,9 @@ std::optional<int32_t> ParseStatus(const CISOString& text) {
     }
 }
 
-/** Takes "HTTP/1.<any> <status>[ <reason>]" apart; nothing for any other line. */
-std::optional<CStatusLine> ParseStatusLine(const CISOString& line) {
+}  // namespace
+
+std::optional<CHttpStatusLine> ParseStatusLine(const CISOString& line) {
     const auto blank = line.Find(U' ');
     if (blank.IsNull() || blank.GetIndex() == 0 ||
         line.Mid(0, static_cast<ptrdiff_t>(blank.GetIndex()) - 1) != "HTTP/1.") {
@@ -36,18 +31,16 @@ std::optional<CStatusLine> ParseStatusLine(const CISOString& line) {
     if (!status) {
         return std::nullopt;
     }
-    return CStatusLine{*status, end.IsNull()
-                                    ? CISOString()
-                                    : rest.Right(static_cast<ptrdiff_t>(end.GetIndex() + 1))};
+    return CHttpStatusLine{*status, end.IsNull()
+                                        ? CISOString()
+                                        : rest.Right(static_cast<ptrdiff_t>(end.GetIndex() + 1))};
 }
-
-}  // namespace
 
 CHttpResponse::CHttpResponse(int32_t statusCode, CISOString reasonText, CHttpConnection* source)
     : reason(std::move(reasonText)), status(statusCode), connection(source) {}
 
 std::unique_ptr<CHttpResponse> CHttpResponse::Read(CHttpConnection* connection) {
-    const std::optional<CStatusLine> line = ParseStatusLine(connection->ReadLine());
+    const std::optional<CHttpStatusLine> line = ParseStatusLine(connection->ReadLine());
     if (!line) {
         RAISE(CHttpException("Bad HTTP response"));
     }

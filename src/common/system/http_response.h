@@ -8,6 +8,18 @@
 #include "util/owned_array.h"
 
 #include <memory>
+#include <optional>
+
+/** What a status line says. */
+struct CHttpStatusLine {
+    int32_t status = -1;
+
+    /** May be empty. */
+    CISOString reason;
+};
+
+/** Takes "HTTP/1.<any> <status>[ <reason>]" apart; nothing for any other line. */
+std::optional<CHttpStatusLine> ParseStatusLine(const CISOString& line);
 
 /**
  * A response, whose body stays in the socket until it is asked for. Belongs to one thread at a

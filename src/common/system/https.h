@@ -47,6 +47,9 @@ public:
     /** The path: a proxy sees only the tunnel. */
     CISOString GetRequestTarget(const CHttpUrl& url) override;
 
+protected:
+    SSL* GetSession() const noexcept { return ssl.get(); }
+
 private:
     int32_t AskForTunnel(const CHttpUrl& url);
     void TracePeer() const;

@@ -1,5 +1,7 @@
 #include "trace/line_writer.h"
 
+#include "trace/line_mirror.h"
+
 #include <errno.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -107,6 +109,7 @@ void CLineWriter::AppendFormat(const char* format, va_list arguments) noexcept {
 void CLineWriter::Flush(int file) noexcept {
     if (!lost) {
         WriteAll(file, gathered.GetData(), gathered.GetSize());
+        MirrorLine(gathered.GetData(), gathered.GetSize());
     }
     Discard();
 }

@@ -53,7 +53,10 @@ public:
     /** What was gathered; ended by a zero byte only if one was appended. */
     const char* GetText() const noexcept { return gathered.GetData(); }
 
-    /** Writes all that was gathered, in one call of the system; failures are ignored. */
+    /**
+     * Writes all that was gathered, in one call of the system, and mirrors it; failures are
+     * ignored.
+     */
     void Flush(int file) noexcept;
 
     /** Forgets what was gathered. */

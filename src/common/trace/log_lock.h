@@ -36,3 +36,16 @@ private:
     std::atomic<uint32_t> owner{0};
     uint32_t depth = 0;
 };
+
+/** Holds the log's lock for a scope. */
+class CLogLockGuard {
+public:
+    explicit CLogLockGuard(CLogLock& guarded) noexcept : lock(guarded) { lock.Lock(); }
+    ~CLogLockGuard() { lock.Unlock(); }
+
+    CLogLockGuard(const CLogLockGuard&) = delete;
+    CLogLockGuard& operator=(const CLogLockGuard&) = delete;
+
+private:
+    CLogLock& lock;
+};

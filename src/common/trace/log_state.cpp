@@ -2,6 +2,7 @@
 
 #include "system/settings.h"
 #include "system/thread.h"
+#include "trace/line_mirror.h"
 
 #include <errno.h>
 #include <pthread.h>
@@ -54,15 +55,22 @@ void CLogState::SetTracking(bool wanted) noexcept {
     }
 }
 
+/** Opens the log when nobody has asked for it yet; false otherwise. */
+bool CLogState::Begin() noexcept {
+    if ((flags.load() & kBuilt) != 0) {
+        return false;
+    }
+    flags.fetch_or(kTracking);
+    // Ahead of opening, so that an exit meanwhile waits for the file and closes it.
+    std::atexit([] { instance->Close(); });
+    Open();
+    flags.fetch_or(kBuilt);
+    return true;
+}
+
 /** Opens the log on the first call and whenever it is wanted and not open; true when it is both. */
 bool CLogState::Fetch() noexcept {
-    if ((flags.load() & kBuilt) == 0) {
-        flags.fetch_or(kTracking);
-        // Ahead of opening, so that an exit meanwhile waits for the file and closes it.
-        std::atexit([] { instance->Close(); });
-        Open();
-        flags.fetch_or(kBuilt);
-    } else if ((flags.load() & (kOpened | kTracking)) == kTracking) {
+    if (!Begin() && (flags.load() & (kOpened | kTracking)) == kTracking) {
         Open();
     }
     return (flags.load() & (kOpened | kTracking)) == (kOpened | kTracking);
@@ -102,6 +110,7 @@ void CLogState::Close() noexcept {
 }
 
 void CLogState::ResumeInChild() noexcept {
+    ForgetMirrorInChild();
     if (lock.ResumeInChild()) {
         new (&writer) CLineWriter;
     }

@@ -34,6 +34,19 @@ public:
     static void ToggleTracking() noexcept;
     static void SetTracking(bool wanted) noexcept;
 
+    /**
+     * Runs `prepare` under the log's lock and then opens the log anew, as on the first output: with
+     * tracing on, in a new file. What `prepare` throws is passed on.
+     */
+    template <class Prepare>
+    void Reopen(const Prepare& prepare) {
+        const CLogLockGuard guard(lock);
+        prepare();
+        if (!Begin()) {
+            Open();
+        }
+    }
+
 private:
     friend class COutputGuard;
 
@@ -41,6 +54,7 @@ private:
     static constexpr unsigned kOpened = 2;
     static constexpr unsigned kTracking = 4;
 
+    bool Begin() noexcept;
     bool Fetch() noexcept;
     void Open() noexcept;
     void Close() noexcept;

@@ -1,5 +1,7 @@
 #include "support/loopback_peer.h"
 
+#include "support/child_process.h"
+
 #include <arpa/inet.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -9,7 +11,7 @@
 
 namespace {
 
-constexpr size_t kFlood = size_t{64} * 1024 * 1024;
+constexpr size_t kFlood = size_t{kInstrumented ? 4 : 64} * 1024 * 1024;
 
 int Listen(uint16_t& port) {
     const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -33,45 +35,26 @@ bool ReadSome(int client, std::string& text) {
     return count > 0;
 }
 
-void ReadRequest(int client, std::string& text) {
-    size_t end = 0;
-    while ((end = text.find("\r\n\r\n")) == std::string::npos) {
-        if (!ReadSome(client, text)) {
-            return;
-        }
-    }
-    const size_t length = text.find("Content-Length: ");
-    const size_t body = length < end ? std::stoul(text.substr(length + 16)) : 0;
-    while (text.size() < end + 4 + body && ReadSome(client, text)) {
-    }
-}
-
-void SendAll(int client, const std::string& text) {
-    for (size_t sent = 0; sent < text.size();) {
-        const ssize_t count = send(client, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
-        if (count <= 0) {
-            return;
-        }
-        sent += static_cast<size_t>(count);
-    }
+/** Whether a text is a request up to its blank line and with the body whose length it states. */
+bool IsWhole(const std::string& text) {
+    const size_t end = text.find("\r\n\r\n");
+    const size_t length = text.rfind("Content-Length: ", end);
+    const bool stated = end != std::string::npos && length != std::string::npos;
+    const size_t body = stated ? std::stoul(text.substr(length + 16)) : 0;
+    return end != std::string::npos && text.size() >= end + 4 + body;
 }
 
 void Play(int client, const CLoopbackPeer::Script& script, std::string& text) {
     for (const std::string& step : script) {
-        if (step == "read") {
-            ReadRequest(client, text);
-        } else if (step.rfind("send ", 0) == 0) {
-            SendAll(client, step.substr(5));
-        } else if (step == "flood") {
-            SendAll(client, std::string(kFlood, 'x'));
-        } else if (step == "hold") {
-            while (ReadSome(client, text)) {
-            }
-        } else if (step == "reset") {
+        if (step == "reset") {
             const linger hard{1, 0};
             setsockopt(client, SOL_SOCKET, SO_LINGER, &hard, sizeof(hard));
+        } else if (step == "read" || step == "hold") {
+            while ((step == "hold" || !IsWhole(text)) && ReadSome(client, text)) {
+            }
         } else {
-            throw std::logic_error("no such step: " + step);
+            const std::string sent = step == "flood" ? std::string(kFlood, 'x') : step.substr(5);
+            send(client, sent.data(), sent.size(), MSG_NOSIGNAL);
         }
     }
 }

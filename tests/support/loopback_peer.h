@@ -19,7 +19,8 @@ public:
      *
      * "read" takes a request up to its blank line and, when it states a length, its body; "send"
      * sends the text behind the blank; "reset" closes with a reset; "hold" waits for the client to
-     * close; "flood" sends the letter "x" until the client has closed or got 64 MiB.
+     * close; "flood" sends the letter "x" until the client has closed or got 64 MiB (4 MiB under a
+     * sanitizer).
      */
     using Script = std::vector<std::string>;
 
@@ -36,8 +37,9 @@ public:
 private:
     void Serve(const std::vector<Script>& scripts);
 
-    int listener = -1;
+    // In this order: listening gives the port, and the thread uses all.
     uint16_t port = 0;
+    int listener = -1;
     std::vector<std::string> received;
     std::thread server;
 };

@@ -5,6 +5,7 @@
 #include "util/raise.h"
 
 #include <arpa/inet.h>
+#include <cxxabi.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <netdb.h>
@@ -127,6 +128,8 @@ bool CHttpConnection::ConnectEntry(const CHttpUrl& url, CISOString entry) {
         }
         try {
             ConnectProxy(url, proxyUrl);
+        } catch (const abi::__forced_unwind&) {
+            throw;  // the thread is being cancelled
         } catch (...) {
             TraceString("Failed to connect to proxy '%s': %s", CUTF8String(entry).GetText(),
                         GetFailureText(std::current_exception()).GetText());

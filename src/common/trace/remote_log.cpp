@@ -6,6 +6,7 @@
 #include "trace/trace_thread.h"
 #include <qorvs/remote_log.h>
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <string>
@@ -16,16 +17,25 @@ namespace {
 // A stop tries again this often to interrupt whoever waits for the endpoint.
 constexpr useconds_t kInterruptMicroseconds = 1000;
 
-/** Silences the thread while it uses the connection, whose own lines would feed the recording. */
+/**
+ * Silences the thread while it uses the connection, whose own lines would feed the recording, and
+ * keeps it from being cancelled there: it holds locks, the log's among them.
+ */
 class CSuppressScope {
 public:
-    CSuppressScope() noexcept : before(std::exchange(traceThread.suppressed, true)) {}
-    ~CSuppressScope() { traceThread.suppressed = before; }
+    CSuppressScope() noexcept : before(std::exchange(traceThread.suppressed, true)) {
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
+    }
+    ~CSuppressScope() {
+        pthread_setcancelstate(cancelState, nullptr);
+        traceThread.suppressed = before;
+    }
     CSuppressScope(const CSuppressScope&) = delete;
     CSuppressScope& operator=(const CSuppressScope&) = delete;
 
 private:
     bool before;
+    int cancelState = 0;
 };
 
 }  // namespace

@@ -146,8 +146,11 @@ private:
 };
 
 /** Puts the peer's port into a call. */
-std::string At(const std::string& calls, const CLoopbackPeer& peer) {
-    return std::regex_replace(calls, std::regex("~port"), std::to_string(peer.GetPort()));
+std::string At(std::string calls, const CLoopbackPeer& peer) {
+    for (size_t at = 0; (at = calls.find("~port")) != std::string::npos;) {
+        calls.replace(at, 5, std::to_string(peer.GetPort()));
+    }
+    return calls;
 }
 
 /** The body that a peer answers with, or the failure. */

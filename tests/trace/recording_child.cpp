@@ -70,7 +70,7 @@ static void Fork() {
     if (fork() == 0) {
         TraceString0("in the child");
         printf("%d\n", AreRemoteLogsRecording());
-        exit(0);
+        _exit(0);
     }
     wait(nullptr);
 }

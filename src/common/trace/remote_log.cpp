@@ -9,6 +9,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -45,8 +46,8 @@ std::atomic<bool> CRemoteLog::recording{false};
 std::atomic<int> CRemoteLog::descriptor{-1};
 
 CRemoteLog& CRemoteLog::Get() {
-    static const bool made = (instance = new CRemoteLog(nullptr), true);
-    static_cast<void>(made);
+    static std::once_flag once;
+    std::call_once(once, [] { instance = new CRemoteLog; });
     return *instance;
 }
 
@@ -56,8 +57,9 @@ void CRemoteLog::ForgetInChild() noexcept {
     if (inherited >= 0) {
         close(inherited);
     }
-    if (instance != nullptr) {
-        instance = new CRemoteLog(instance);
+    CRemoteLog* const parents = instance;
+    if (parents != nullptr && parents->heir != nullptr) {
+        instance = parents->heir;
     }
 }
 
@@ -65,6 +67,9 @@ void CRemoteLog::Start(const char* url) {
     // The log's lock comes first, and a new file's header is posted under it.
     CLogState::Get().Reopen([this, url] {
         const CCriticalSectionGuard sending(sendLock);
+        if (heir == nullptr) {
+            heir = new CRemoteLog;
+        }
         remoteUrl = ParseUrl(CISOString(url));
         Reconnect(current.number + 1);
     });

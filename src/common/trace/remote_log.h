@@ -33,7 +33,7 @@ public:
 
     void Mirror(const char* bytes, size_t length) noexcept;
 
-    /** In the child of a fork, whose parent may be anywhere in here: begins a new object. */
+    /** In the child of a fork, whose parent may be anywhere in here: goes over to a new object. */
     static void ForgetInChild() noexcept;
 
     // For the thread that reads the answers.
@@ -60,7 +60,7 @@ public:
 private:
     using Block = std::shared_ptr<const CByteZone>;
 
-    explicit CRemoteLog(const CRemoteLog* former) : receiver(*this), parents(former) {}
+    CRemoteLog() : receiver(*this) {}
 
     void Reconnect(uint64_t number);
     void Release();
@@ -86,8 +86,8 @@ private:
     bool receiverStarted = false;
     CHttpResponseReceiverThread receiver;
 
-    // The object of the process that forked this one: left as it was, and not lost.
-    const CRemoteLog* const parents;
+    // Takes over in the child of a fork, where nothing can be made; its parent stays as it was.
+    CRemoteLog* heir = nullptr;
 
     static std::atomic<CRemoteLog*> instance;
     // Beside `current`, for those who ask without a lock.

@@ -34,6 +34,8 @@ void CRecordingConnection::Connect(const CHttpUrl& url, bool useProxy) {
         const int error = errno;
         RAISE(CHttpConnectException(WithReason("Failed to set non-blocking : ", error)));
     }
+    // Many answers are taken with one call.
+    SSL_set_read_ahead(GetSession(), 1);
     connected = true;
 }
 
@@ -90,7 +92,6 @@ CRecordingConnection::EArrival CRecordingConnection::TakeLine(CISOString& line) 
 bool CRecordingConnection::ReceiveSome(EArrival& otherwise) {
     const size_t size = recvBuffer.GetSize();
     recvBuffer.Resize(size + kReceiveStep);
-    const CSigPipeGuard guard;
     const std::lock_guard<std::mutex> lock(sessionLock);
     SSL* const session = GetSession();
     const int received = SSL_read(session, recvBuffer.GetData() + size, kReceiveStep);

@@ -1,6 +1,7 @@
 #include "trace/response_receiver.h"
 
 #include "system/http_response.h"
+#include "system/sigpipe_guard.h"
 #include "trace/remote_log.h"
 #include <qorvs/trace.h>
 
@@ -90,6 +91,8 @@ void CAnswerReader::SendAgain() {
 }  // namespace
 
 int32_t CHttpResponseReceiverThread::Run() {
+    // For the life of the thread: reading writes too.
+    const CSigPipeGuard guard;
     for (CAnswerReader reader(log);;) {
         try {
             if (!reader.ReadNext() && log.EndReceiver()) {

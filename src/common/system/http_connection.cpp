@@ -193,7 +193,9 @@ void CHttpConnection::ConnectSocketTimeOut(const CHttpUrl& url, int seconds) {
         const int error = errno;
         RAISE(CHttpConnectException(WithReason("Failed to set non-blocking : ", error)));
     }
-    connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    // What came of it is asked for below.
+    static_cast<void>(
+        connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)));
     pollfd writable{socket, POLLOUT, 0};
     if (poll(&writable, 1, seconds * 1000) != 1) {
         const int error = errno;

@@ -77,7 +77,8 @@ static void Fork() {
 
 int main(int, char** arguments) {
     setvbuf(stdout, nullptr, _IONBF, 0);
-    if (chdir(getenv("HOME")) != 0) {
+    const char* const home = getenv("HOME");
+    if (home == nullptr || chdir(home) != 0) {
         return 1;
     }
     while (const char* const command = *++arguments) {

@@ -21,8 +21,14 @@ constexpr size_t kReceiveStep = 4096;
 
 /** The event that a session waits for before it goes on; 0 when it has failed or ended. */
 short GetAwaitedEvent(SSL* session, int result) {
-    const int code = SSL_get_error(session, result);
-    return code == SSL_ERROR_WANT_READ ? POLLIN : code == SSL_ERROR_WANT_WRITE ? POLLOUT : 0;
+    switch (SSL_get_error(session, result)) {
+        case SSL_ERROR_WANT_READ:
+            return POLLIN;
+        case SSL_ERROR_WANT_WRITE:
+            return POLLOUT;
+        default:
+            return 0;
+    }
 }
 
 }  // namespace

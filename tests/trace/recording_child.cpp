@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -51,6 +52,23 @@ static void EndStorm() {
     storm.clear();
 }
 
+/** Starts on another thread and stops until that has come to an end. */
+static void StartAndStop(const std::string& url) {
+    std::atomic<bool> ended{false};
+    std::thread starting([&] {
+        try {
+            StartRemoteLogsRecord(url.c_str());
+        } catch (const CException&) {
+            printf("interrupted\n");
+        }
+        ended = true;
+    });
+    while (!ended) {
+        StopRemoteLogsRecord();
+    }
+    starting.join();
+}
+
 /** All that the endpoint has. */
 static std::string Fetch() {
     traceThread.suppressed = true;
@@ -85,6 +103,8 @@ int main(int, char** arguments) {
         const std::string name = command;
         if (name == "start") {
             Start(*++arguments);
+        } else if (name == "start-and-stop") {
+            StartAndStop(*++arguments);
         } else if (name == "endpoint") {
             endpoint = *++arguments;
         } else if (name == "stop") {

@@ -40,11 +40,15 @@ public:
 private:
     /** Runs the words of a script, "URL" being the endpoint's. */
     std::string RunWords(const std::string& script) {
-        const std::string url = "https://127.0.0.1:" + std::to_string(port) + "/record?a=b";
-        std::istringstream words(std::regex_replace(script, std::regex("URL"), url));
+        const auto url = [](uint16_t at) {
+            return "https://127.0.0.1:" + std::to_string(at) + "/record?a=b";
+        };
+        const std::string text = std::regex_replace(script, std::regex("URL"), url(port));
+        std::istringstream words(std::regex_replace(text, std::regex("DEAF"), url(deaf.GetPort())));
         return Run("recording_child", {std::istream_iterator<std::string>(words), {}});
     }
 
+    const CLoopbackPeer deaf{{}};
     const uint16_t port = FindFreePort();
     std::unique_ptr<CServerProcess> endpoint;
 };

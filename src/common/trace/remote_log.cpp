@@ -139,13 +139,13 @@ void CRemoteLog::Mirror(const char* bytes, size_t length) noexcept {
 
 /** Posts a block, twice if need be, under sendLock. It stays queued whatever becomes of that. */
 void CRemoteLog::SendBlock(CByteZone bytes) {
+    const CSuppressScope suppressed;
     StartReceiver();
     const auto block = std::make_shared<const CByteZone>(std::move(bytes));
     {
         const CCriticalSectionGuard guard(queueLock);
         unacknowledged.push_back(block);
     }
-    const CSuppressScope suppressed;
     try {
         Post(*block);
     } catch (...) {

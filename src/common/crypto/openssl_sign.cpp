@@ -4,6 +4,8 @@
 
 #include <openssl/rsa.h>
 
+#include <algorithm>
+
 namespace OpenSSLWrap {
 
 static int SetPaddingAndDigest(EVP_PKEY_CTX* context, int padding, const EVP_MD* digest) {
@@ -102,8 +104,27 @@ int VerifyRecover(EVP_PKEY_CTX* context, const CByteZone& signature, unsigned ch
     if (context == nullptr || signature.IsEmpty()) {
         RETURN_INVALID_PARAMETERS();
     }
-    TRY_OPENSSL(EVP_PKEY_verify_recover, context, recovered, &length, signature.GetData(),
+    if (recovered == nullptr) {
+        TRY_OPENSSL(EVP_PKEY_verify_recover, context, nullptr, &length, signature.GetData(),
+                    signature.GetSize());
+        return 1;
+    }
+    // Not into the caller's buffer: some versions of OpenSSL do not look at its length.
+    const int most = EVP_PKEY_get_size(EVP_PKEY_CTX_get0_pkey(context));
+    if (most <= 0) {
+        ReportOpenSSLError("EVP_PKEY_get_size");
+        return 0;
+    }
+    CByteZone whole(static_cast<size_t>(most), 0);
+    size_t size = whole.GetSize();
+    TRY_OPENSSL(EVP_PKEY_verify_recover, context, whole.GetData(), &size, signature.GetData(),
                 signature.GetSize());
+    if (size > length) {
+        ReportOpenSSLError("EVP_PKEY_verify_recover");
+        return 0;
+    }
+    std::copy_n(whole.GetData(), size, recovered);
+    length = size;
     return 1;
 }
 

@@ -22,6 +22,9 @@ namespace {
 
 #define FETCH QORVS_TEST_BIN_DIR "/../examples/fetch"
 
+// Where there is no such command, the shell says so among the words of fetch.
+constexpr const char* kNoDistribution = "#!/bin/sh\n";
+
 /** Runs fetch with variables: "Exit " and its exit status, then both outputs. */
 std::string RunFetch(const std::string& url, std::vector<std::string> environment) {
     environment.insert(environment.end(), {"sh", "-c", "exec " FETCH " '" + url + "' 2>&1"});
@@ -41,6 +44,7 @@ public:
             }
         }
         MakeCertificates(home);
+        home.Write("bin/lsb_release", kNoDistribution);
         const fs::path templates = QORVS_TEST_VECTORS "/system/fetch";
         for (const fs::path& file : fs::recursive_directory_iterator(templates)) {
             if (fs::is_regular_file(file)) {
@@ -113,7 +117,7 @@ TEST(Fetch, ReachesServersAsTheDesktopSays) {
 TEST(Fetch, KeepsALogOfItsOwn) {
     SKIP_WITHOUT(FETCH);
     const CSettingsHome home;
-    home.Write("bin/lsb_release", "#!/bin/sh\n");  // a machine without it says so among our words
+    home.Write("bin/lsb_release", kNoDistribution);
     const std::string path = home.Environment().back();
     const std::string output =
         RunFetch("ftp://nowhere/", {"-u", "QORVS_CONFFILE", "TMPDIR=" + home.Path(""), path});

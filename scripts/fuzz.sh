@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets and runs each for a while, from its seeds. What it finds grows in
-# build/fuzz/corpus; inputs that fail are left in build/fuzz.
+# Builds the fuzz targets and runs each for a while, from its seeds and with its dictionary. What it
+# finds grows in build/fuzz/corpus; inputs that fail are left in build/fuzz.
 #
 # Usage: scripts/fuzz.sh [seconds, default 60] [subject ...]
 set -euo pipefail
@@ -18,7 +18,11 @@ fi
 for subject in "${subjects[@]}"; do
     echo "== $subject, $seconds s"
     mkdir -p "build/fuzz/corpus/$subject"
+    words=()
+    if [ -e "fuzz/dictionaries/$subject.dict" ]; then
+        words=(-dict="fuzz/dictionaries/$subject.dict")
+    fi
     "build/fuzz/fuzz/${subject}_fuzz" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
-        -print_final_stats=1 -verbosity=0 -artifact_prefix="build/fuzz/$subject-" \
+        -print_final_stats=1 -verbosity=0 "${words[@]}" -artifact_prefix="build/fuzz/$subject-" \
         "build/fuzz/corpus/$subject" "fuzz/seeds/$subject"
 done

@@ -84,15 +84,24 @@ def read_request(stream):
     return (request, body) if request and len(body) == length else None
 
 
+def reply(connection, text):
+    """Sends an answer. A client that ended right behind its last post does not hear it, and what it
+    has sent is read all the same."""
+    try:
+        connection.sendall(text)
+    except OSError:
+        pass
+
+
 def answer(blocks, connection, request, body):
     """Answers one request; false when the connection is to be closed."""
     found = re.match(rb"POST (\S*)&id=(-?\d+) HTTP/1\.[01]\r\n$", request)
     if not found:
-        connection.sendall(b"HTTP/1.0 200 OK\r\n\r\n" + blocks.joined())
+        reply(connection, b"HTTP/1.0 200 OK\r\n\r\n" + blocks.joined())
         return False
     way = blocks.choose() or "200"
     if way in ("500", "401"):
-        connection.sendall(b"HTTP/1.0 " + way.encode() + b" Refused\r\n\r\n")
+        reply(connection, b"HTTP/1.0 " + way.encode() + b" Refused\r\n\r\n")
         return True
     if way == "reset":
         connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
@@ -105,11 +114,11 @@ def answer(blocks, connection, request, body):
         time.sleep(float(way.partition(":")[2]))
     blocks.accept(found.group(1), int(found.group(2)), body)
     if way == "split":
-        connection.sendall(b"HTTP/1.0 2")
+        reply(connection, b"HTTP/1.0 2")
         time.sleep(SILENT_SECONDS)
-        connection.sendall(b"00 OK\r\n\r\n")
+        reply(connection, b"00 OK\r\n\r\n")
     else:
-        connection.sendall(b"HTTP/1.0 200 OK\r\n\r\n")
+        reply(connection, b"HTTP/1.0 200 OK\r\n\r\n")
     return True
 
 

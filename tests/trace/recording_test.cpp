@@ -97,3 +97,11 @@ TEST(RecordingConcurrency, LosesNothingOverAnEndpointThatFails) {
     EXPECT_EQ(FindGaps(ReadWholeFile(home.Path("recorded")), kThreads, lines), "");
     EXPECT_EQ(FindGaps(ReadWholeFile(home.Files().at(0)), kThreads, lines), "");
 }
+
+TEST(RecordingConcurrency, IsWholeWhenTheProcessEndsAtOnce) {
+    SKIP_WITHOUT("python3");
+    CRecordingHome home;
+    home.StartEndpoint("--fail", "");
+    home.Record("start URL storm 2 1000 join");
+    EXPECT_EQ(FindGaps(ReadWholeFile(home.Path("recorded")), 2, 1000), "");
+}

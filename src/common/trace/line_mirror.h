@@ -12,5 +12,11 @@
  */
 void MirrorLine(const char* bytes, size_t length) noexcept;
 
+/**
+ * At the end of the process: waits until what was posted has left it, a second at most. An exit
+ * with answers unread would throw away the rest.
+ */
+void SettleMirror() noexcept;
+
 /** Ends the recording in the child of a fork, without a word on the parent's connection. */
 void ForgetMirrorInChild() noexcept;

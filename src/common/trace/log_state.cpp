@@ -105,6 +105,7 @@ void CLogState::Close() noexcept {
         // Not the state's writer: the exit may come from a handler that interrupted a line.
         CLineWriter lines;
         file.Close(lines);
+        SettleMirror();
     }
     lock.Unlock();
 }

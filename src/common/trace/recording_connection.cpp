@@ -8,7 +8,9 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <linux/sockios.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -113,6 +115,11 @@ bool CRecordingConnection::ReceiveSome(EArrival& otherwise) {
 void CRecordingConnection::WaitForData(int milliseconds) const {
     pollfd ready{socket, POLLIN, 0};
     poll(&ready, 1, milliseconds);
+}
+
+bool CRecordingConnection::HasSentAll() const noexcept {
+    int left = 0;
+    return ioctl(socket, SIOCOUTQ, &left) != 0 || left == 0;
 }
 
 void CRecordingConnection::Interrupt() noexcept {

@@ -26,6 +26,9 @@ public:
     /** Waits until something can be read, at most so long. */
     void WaitForData(int milliseconds) const;
 
+    /** Whether all that was sent has reached the peer's machine. */
+    bool HasSentAll() const noexcept;
+
     /** Makes every call that waits for the peer fail, now and later. Any thread may call. */
     void Interrupt() noexcept;
 

@@ -18,6 +18,9 @@ namespace {
 // A stop tries again this often to interrupt whoever waits for the endpoint.
 constexpr useconds_t kInterruptMicroseconds = 1000;
 
+// An endpoint that has stopped reading holds up the end of the process for no longer.
+constexpr int kSettleMilliseconds = 1000;
+
 /**
  * Silences the thread while it uses the connection, whose own lines would feed the recording, and
  * keeps it from being cancelled there: it holds locks, the log's among them.
@@ -137,6 +140,16 @@ void CRemoteLog::Mirror(const char* bytes, size_t length) noexcept {
     }
 }
 
+void CRemoteLog::Settle() noexcept {
+    for (int left = kSettleMilliseconds; left > 0; --left) {
+        const auto connection = GetSource().connection;
+        if (connection == nullptr || connection->HasSentAll()) {
+            return;
+        }
+        usleep(1000);
+    }
+}
+
 /** Posts a block, twice if need be, under sendLock. It stays queued whatever becomes of that. */
 void CRemoteLog::SendBlock(CByteZone bytes) {
     const CSuppressScope suppressed;
@@ -222,6 +235,12 @@ bool CRemoteLog::EndReceiver() {
 void MirrorLine(const char* bytes, size_t length) noexcept {
     if (CRemoteLog::IsRecording()) {
         CRemoteLog::Get().Mirror(bytes, length);
+    }
+}
+
+void SettleMirror() noexcept {
+    if (CRemoteLog::IsRecording()) {
+        CRemoteLog::Get().Settle();
     }
 }
 

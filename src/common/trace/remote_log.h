@@ -32,6 +32,7 @@ public:
     static bool IsRecording() noexcept { return recording.load(std::memory_order_relaxed); }
 
     void Mirror(const char* bytes, size_t length) noexcept;
+    void Settle() noexcept;
 
     /** In the child of a fork, whose parent may be anywhere in here: goes over to a new object. */
     static void ForgetInChild() noexcept;

@@ -4,6 +4,7 @@
 
 #include <endian.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <limits>
@@ -127,16 +128,17 @@ bool IsNameStart(char character) {
 }
 
 /** What strtod gives for a number that is no double: infinity, or zero when it is below one. */
-double OutOfRange(const char* first) {
-    first += std::strspn(first, "0");
-    return IsJSDigit(*first) ? std::numeric_limits<double>::infinity() : 0.0;
+double OutOfRange(const char* first, const char* last) {
+    const char* const digit = std::find_if(first, last, [](char at) { return at != '0'; });
+    const bool isAboveOne = digit != last && IsJSDigit(*digit);
+    return isAboveOne ? std::numeric_limits<double>::infinity() : 0.0;
 }
 
 /** Reads a double up to its second point, if there is one. */
 double ToDouble(const char* first, const char* last) {
     double value = 0;
     const auto [end, error] = std::from_chars(first, last, value, std::chars_format::fixed);
-    return error == std::errc::result_out_of_range ? OutOfRange(first) : value;
+    return error == std::errc::result_out_of_range ? OutOfRange(first, last) : value;
 }
 
 /** The low 32 bits; a number of more than 64 has them all set. */

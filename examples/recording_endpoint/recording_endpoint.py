@@ -34,6 +34,7 @@ import time
 
 RANDOM_FAILURES = ("500", "close", "reset", "silence", "split")
 SILENT_SECONDS = 0.2
+CLOSING_SECONDS = 2.0
 
 
 class Blocks:
@@ -158,6 +159,11 @@ def main():
     print(f"https://127.0.0.1:{listener.getsockname()[1]}/record", flush=True)
 
     def end(_signal, _frame):
+        # What clients that have ended left behind is read first.
+        last = time.monotonic() + CLOSING_SECONDS
+        for thread in threading.enumerate():
+            if thread is not threading.main_thread():
+                thread.join(max(0.0, last - time.monotonic()))
         accepted = sum(len(log) for log in blocks.logs.values())
         print(f"{blocks.posts} posts, {accepted} accepted", flush=True)
         sys.exit(0)

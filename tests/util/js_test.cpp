@@ -65,7 +65,8 @@ TEST(JSParser, ReadsThePublicCases) {
     if (!list) {
         GTEST_SKIP() << "the public test vectors are not on this machine";
     }
-    for (std::string line, file, kind, expected; std::getline(list, line);) {
+    std::string line, file, kind, expected;
+    while (std::getline(list, line)) {  // NOLINT(bugprone-infinite-loop): the list ends
         std::istringstream(line) >> file >> kind >> expected;
         std::ifstream content(folder + file);
         if (line[0] != '#') {

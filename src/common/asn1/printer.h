@@ -33,9 +33,10 @@ public:
     int32_t indent = 0;
     CUTF8String text;
 
+    virtual ~CPrinter() = default;
+
 protected:
     CPrinter() = default;
-    ~CPrinter() = default;
 };
 
 /** Structures as lines, with a tab in front for each level. */

@@ -14,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): as its base.
 class CJSContainer;
 class CJSValue;
 
@@ -42,6 +43,7 @@ using CJSIterator = const CJSValue* const*;
  * storage of their own. What a lookup gives belongs to the tree. Values exist only as parts of
  * trees, each in the memory of the pool that its tree was made with.
  */
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): only CJSDeleter deletes.
 class CJSValue {
 protected:
     friend CJSDeleter;
@@ -103,6 +105,7 @@ public:
 
     static void* operator new(size_t size, CJSPool& pool) { return pool.Allocate(size); }
     static void operator delete(void* memory, CJSPool& /*pool*/) { CJSPool::Release(memory); }
+    // NOLINTNEXTLINE(misc-new-delete-overloads): the pool is found by the address.
     static void operator delete(void* memory) { CJSPool::Release(memory); }
 
     CJSValue(const CJSValue&) = delete;

@@ -63,8 +63,9 @@ public:
 private:
     void Grow() {
         const size_t grown = capacity == 0 ? 2 : CheckedSum(capacity, capacity);
-        auto* const moved =
-            static_cast<Element*>(::operator new(CheckedBytes(grown, sizeof(Element))));
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): the elements may be pointers.
+        const size_t bytes = CheckedBytes(grown, sizeof(Element));
+        auto* const moved = static_cast<Element*>(::operator new(bytes));
         std::uninitialized_move_n(items, count, moved);
         std::destroy_n(items, count);
         ::operator delete(items);

@@ -116,6 +116,7 @@ public:
  * What arrays and objects have in common: values in their order, which it owns. The array of
  * pointers doubles from a capacity of two.
  */
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): as its base.
 class CJSContainer : public CJSValue {
 public:
     size_t GetCount() const override { return items.GetCount(); }

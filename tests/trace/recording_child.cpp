@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,8 +35,10 @@ static void Start(const std::string& url) {
 
 static std::vector<std::thread> storm;
 
-/** Lets threads write so many lines each. */
-static void BeginStorm(int threads, int lines) {
+/** Lets so many threads write so many lines each: "4x1000". */
+static void BeginStorm(const std::string& size) {
+    int threads = 0, lines = 0;
+    sscanf(size.c_str(), "%dx%d", &threads, &lines);
     for (int thread = 0; thread < threads; ++thread) {
         storm.emplace_back([thread, lines] {
             for (int line = 0; line < lines; ++line) {
@@ -80,7 +83,12 @@ static std::string Fetch() {
 
 static void Await(const std::string& text) {
     while (Fetch().find(text) == std::string::npos) {
-        usleep(20000);
+    }
+}
+
+static void AwaitState(const std::string& wanted) {
+    while (AreRemoteLogsRecording() != (wanted == "1")) {
+        std::this_thread::yield();
     }
 }
 
@@ -93,51 +101,45 @@ static void Fork() {
     wait(nullptr);
 }
 
+static void TraceToken() {
+    CK_BBOOL yes = CK_TRUE;
+    const CK_ATTRIBUTE token{CKA_TOKEN, &yes, sizeof(yes)};
+    TraceTemplate(&token, 1, 0);
+}
+
+static const std::map<std::string, void (*)()> kWords{
+    {"stop", StopRemoteLogsRecord},
+    {"state", [] { printf("%d\n", AreRemoteLogsRecording()); }},
+    {"join", EndStorm},
+    {"keep", [] { std::ofstream("recorded") << Fetch(); }},
+    {"off", [] { setenv("QORVS_CONFFILE", "/nonexistent", 1); }},
+    {"enter", [] { TraceEnter("f"); }},
+    {"leave", [] { TraceLeave("f"); }},
+    {"template", TraceToken},
+    {"fork", Fork},
+};
+static const std::map<std::string, void (*)(const std::string& argument)> kWordsWithArgument{
+    {"start", Start},
+    {"start-and-stop", StartAndStop},
+    {"endpoint", [](const std::string& url) { endpoint = url; }},
+    {"storm", BeginStorm},
+    {"await", Await},
+    {"await-state", AwaitState},
+};
+
 int main(int, char** arguments) {
     setvbuf(stdout, nullptr, _IONBF, 0);
     const char* const home = getenv("HOME");
     if (home == nullptr || chdir(home) != 0) {
         return 1;
     }
-    while (const char* const command = *++arguments) {
-        const std::string name = command;
-        if (name == "start") {
-            Start(*++arguments);
-        } else if (name == "start-and-stop") {
-            StartAndStop(*++arguments);
-        } else if (name == "endpoint") {
-            endpoint = *++arguments;
-        } else if (name == "stop") {
-            StopRemoteLogsRecord();
-        } else if (name == "state") {
-            printf("%d\n", AreRemoteLogsRecording());
-        } else if (name == "storm") {
-            const int threads = atoi(*++arguments);
-            BeginStorm(threads, atoi(*++arguments));
-        } else if (name == "join") {
-            EndStorm();
-        } else if (name == "await") {
-            Await(*++arguments);
-        } else if (name == "keep") {
-            std::ofstream("recorded") << Fetch();
-        } else if (name == "off") {
-            setenv("QORVS_CONFFILE", "/nonexistent", 1);
-        } else if (name == "enter") {
-            TraceEnter("f");
-        } else if (name == "leave") {
-            TraceLeave("f");
-        } else if (name == "template") {
-            CK_BBOOL yes = CK_TRUE;
-            const CK_ATTRIBUTE token{CKA_TOKEN, &yes, sizeof(yes)};
-            TraceTemplate(&token, 1, 0);
-        } else if (name == "await-state") {
-            for (const bool wanted = **++arguments == '1'; AreRemoteLogsRecording() != wanted;) {
-                usleep(1000);
-            }
-        } else if (name == "fork") {
-            Fork();
+    while (const char* const word = *++arguments) {
+        if (kWords.count(word) > 0) {
+            kWords.at(word)();
+        } else if (kWordsWithArgument.count(word) > 0) {
+            kWordsWithArgument.at(word)(*++arguments);
         } else {
-            TraceString0(command);
+            TraceString0(word);
         }
     }
 }

@@ -93,7 +93,7 @@ TEST(RecordingConcurrency, LosesNothingOverAnEndpointThatFails) {
     const int lines = kInstrumented ? 1000 : 25000;
     CRecordingHome home;
     home.StartEndpoint("--fail-rate", "0.01");
-    home.Record("start URL storm 4 " + std::to_string(lines) + " join last await last");
+    home.Record("start URL storm 4x" + std::to_string(lines) + " join last await last");
     EXPECT_EQ(FindGaps(ReadWholeFile(home.Path("recorded")), kThreads, lines), "");
     EXPECT_EQ(FindGaps(ReadWholeFile(home.Files().at(0)), kThreads, lines), "");
 }
@@ -102,6 +102,6 @@ TEST(RecordingConcurrency, IsWholeWhenTheProcessEndsAtOnce) {
     SKIP_WITHOUT("python3");
     CRecordingHome home;
     home.StartEndpoint("--fail", "");
-    home.Record("start URL storm 2 1000 join");
+    home.Record("start URL storm 2x1000 join");
     EXPECT_EQ(FindGaps(ReadWholeFile(home.Path("recorded")), 2, 1000), "");
 }

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 
 scripts/install_packages.sh libbenchmark-dev libspdlog-dev libfmt-dev libicu-dev libinih-dev \
     libglib2.0-dev libbotan-2-dev libcurl4-openssl-dev libtinyxml2-dev rapidjson-dev \
-    nlohmann-json3-dev ca-certificates opensc-pkcs11 softhsm2
+    nlohmann-json3-dev libeac-dev libmicrohttpd-dev ca-certificates opensc-pkcs11 softhsm2
 cmake --preset bench
 cmake --build --preset bench
 subjects=("$@")

@@ -56,6 +56,10 @@ void EncodeLength(uint64_t length, CMutableByteView zone, size_t& position) {
 }
 
 uint32_t DecodeTag(CByteView zone, size_t& position) {
+    // Nearly all tags have one octet.
+    if (position < zone.GetSize() && (zone[position] & kLongForm) != kLongForm) {
+        return zone[position++];
+    }
     uint32_t tag = 0;
     for (size_t read = 0; read < kMaxOctets; ++read) {
         if (position >= zone.GetSize()) {
@@ -63,7 +67,7 @@ uint32_t DecodeTag(CByteView zone, size_t& position) {
         }
         const uint32_t octet = zone[position++];
         tag = tag << 8 | octet;
-        if (read == 0 ? (octet & kLongForm) != kLongForm : octet < kMore) {
+        if (read > 0 && octet < kMore) {
             return tag;
         }
     }
@@ -71,23 +75,25 @@ uint32_t DecodeTag(CByteView zone, size_t& position) {
 }
 
 size_t DecodeLength(CByteView zone, size_t& position) {
+    if (position >= zone.GetSize()) {
+        RAISE(EASN1InvalidData("Incomplete TLV length"));
+    }
+    const size_t first = zone[position++];
+    if (first < kMore) {
+        return first;
+    }
+    if (first == kMore) {
+        RAISE(EASN1UnsupportedFormat("TLV indetermined length unsupported"));
+    }
+    if (first > kMore + kMaxOctets) {
+        RAISE(EASN1UnsupportedFormat("TLV length too long"));
+    }
     size_t length = 0;
-    for (size_t left = 1, read = 0; left > 0; --left, ++read) {
+    for (size_t left = first - kMore; left > 0; --left) {
         if (position >= zone.GetSize()) {
             RAISE(EASN1InvalidData("Incomplete TLV length"));
         }
-        const size_t octet = zone[position++];
-        if (read > 0) {
-            length = length << 8 | octet;
-        } else if (octet < kMore) {
-            return octet;
-        } else if (octet == kMore) {
-            RAISE(EASN1UnsupportedFormat("TLV indetermined length unsupported"));
-        } else if (octet > kMore + kMaxOctets) {
-            RAISE(EASN1UnsupportedFormat("TLV length too long"));
-        } else {
-            left += octet - kMore;
-        }
+        length = length << 8 | zone[position++];
     }
     return length;
 }

@@ -69,6 +69,12 @@ CUTF8String ToJson(const CUTF8String& value) {
 
 CMutableByteView CTlvHeader::Encode(uint32_t tag, size_t contentLength, CMutableByteView zone,
                                     size_t& position) {
+    // Nearly all headers have two octets.
+    if (tag < 0x100 && contentLength < 0x80 && zone.Holds(position, contentLength + 2)) {
+        zone[position++] = static_cast<unsigned char>(tag);
+        zone[position++] = static_cast<unsigned char>(contentLength);
+        return zone.Sub(position, contentLength);
+    }
     EncodeTag(tag, zone, position);
     EncodeLength(contentLength, zone, position);
     if (!zone.Holds(position, contentLength)) {

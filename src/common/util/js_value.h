@@ -4,15 +4,18 @@
  */
 #pragma once
 
+#include "util/block_pool.h"
 #include "util/ct_string.h"
 #include "util/ct_zone.h"
-#include "util/js_pool.h"
 #include "util/owned_array.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <utility>
+
+// Smaller blocks would scatter the texts that are allocated in between.
+using CJSPool = CTBlockPool<32 << 10>;
 
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): as its base.
 class CJSContainer;
@@ -44,7 +47,7 @@ using CJSIterator = const CJSValue* const*;
  * trees, each in the memory of the pool that its tree was made with.
  */
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): only CJSDeleter deletes.
-class CJSValue {
+class CJSValue : public CTPoolObject<CJSPool> {
 protected:
     friend CJSDeleter;
 
@@ -102,11 +105,6 @@ public:
      * gives it away to the caller and keeps the shared null value.
      */
     virtual CJSContainer* TakeContainer() noexcept { return nullptr; }
-
-    static void* operator new(size_t size, CJSPool& pool) { return pool.Allocate(size); }
-    static void operator delete(void* memory, CJSPool& /*pool*/) { CJSPool::Release(memory); }
-    // NOLINTNEXTLINE(misc-new-delete-overloads): the pool is found by the address.
-    static void operator delete(void* memory) { CJSPool::Release(memory); }
 
     CJSValue(const CJSValue&) = delete;
     CJSValue& operator=(const CJSValue&) = delete;

@@ -27,9 +27,12 @@
 /** An icao::CICAOException. */
 #define RAISE_ICAO(...) RAISE_LABELLED("WARNING CICAOException raised", __VA_ARGS__)
 
+/** What the log shows where an exception passes through. */
+#define TRACE_RETHROW() TraceLine("WARNING Exception raised (rethrow)", __LINE__, __func__)
+
 /** For a `catch (...)` that has put its state right. */
-#define RERAISE()                                                            \
-    do {                                                                     \
-        TraceLine("WARNING Exception raised (rethrow)", __LINE__, __func__); \
-        throw;                                                               \
+#define RERAISE()        \
+    do {                 \
+        TRACE_RETHROW(); \
+        throw;           \
     } while (false)

@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include "util/block_pool.h"
 #include "util/ct_string.h"
 #include "util/owned_array.h"
 
@@ -50,7 +51,11 @@ struct CXmlNode;
 using CXmlAttributePtr = CTXmlPointer<CXmlAttribute>;
 using CXmlNodePtr = CTXmlPointer<CXmlNode>;
 
-struct CXmlAttribute {
+// Larger blocks would make the C library tidy up the chunks of small texts at each document.
+using CXmlPool = CTBlockPool<1000>;
+
+/** Made as `new (pool) CXmlAttribute` and held by CXmlAttributePtr. */
+struct CXmlAttribute : CTPoolObject<CXmlPool> {
     int32_t refCount = 0;
     CUTF8String name;
     CUTF8String value;
@@ -61,12 +66,12 @@ struct CXmlAttribute {
 /**
  * An element, or a processing instruction, whose name has its "?" in front.
  *
- * Made with `new` and held by CXmlNodePtr. Attributes and children are in the order of the
- * document, attributes of the same name included; the character data of the element, wherever it
- * stood between the children, is joined in `content`. Equal names of one document may share their
- * buffer. The counts are plain memory: a tree belongs to one thread at a time.
+ * Made as `new (pool) CXmlNode` and held by CXmlNodePtr. Attributes and children are in the order
+ * of the document, attributes of the same name included; the character data of the element,
+ * wherever it stood between the children, is joined in `content`. Equal names of one document may
+ * share their buffer. The counts are plain memory: a tree belongs to one thread at a time.
  */
-struct CXmlNode {
+struct CXmlNode : CTPoolObject<CXmlPool> {
     CXmlNode() = default;
     CXmlNode(const CXmlNode&) = delete;
     CXmlNode& operator=(const CXmlNode&) = delete;

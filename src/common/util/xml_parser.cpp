@@ -39,6 +39,7 @@ private:
     void CloseElement();
 
     CXmlCursor cursor;
+    CXmlPool pool;
     // The elements that the cursor is in, the outermost first.
     std::vector<CXmlNode*> open;
 };
@@ -107,7 +108,7 @@ void CXmlParser::ParseAttributes(CXmlNode& element) {
             RAISE(CXMLException("XML: '=' character expected"));
         }
         cursor.SkipBlanks();
-        CXmlAttributePtr attribute(new CXmlAttribute);
+        CXmlAttributePtr attribute(new (pool) CXmlAttribute);
         attribute->name = std::move(name);
         attribute->value = ReadValue();
         element.attributes.Append(std::move(attribute));
@@ -179,7 +180,7 @@ bool CXmlParser::ParseElement(CXmlNode& element) {
 }
 
 CXmlNode& CXmlParser::OpenElement(CXmlNodePtr& root) {
-    CXmlNodePtr element(new CXmlNode);
+    CXmlNodePtr element(new (pool) CXmlNode);
     open.push_back(element.Get());
     if (open.size() == 1) {
         root = std::move(element);
@@ -218,7 +219,7 @@ CXmlNodePtr CXmlParser::ParseElement() {
         }
         // The log shows the failure pass through each element around it.
         for (; open.size() > 1; open.pop_back()) {
-            TraceLine("WARNING Exception raised (rethrow)", __LINE__, __func__);
+            TRACE_RETHROW();
         }
         RERAISE();
     }

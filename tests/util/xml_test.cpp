@@ -59,6 +59,9 @@ static std::string FileContent(const std::string& path) {
 TEST(Xml, ReadsThePublicCases) {
     const std::string folder = QORVS_SHARED_VECTORS "/xml_cases/";
     const std::string cases = FileContent(folder + "expected.txt");
+    if (cases.empty()) {
+        GTEST_SKIP() << "the public test vectors are not on this machine";
+    }
     static const std::regex kCase("\n([^#\t]+)\t[a-z]+\t(OK [^\t]+|THROW [^*\t]*|)");
     for (std::sregex_iterator row(cases.begin(), cases.end(), kCase), end; row != end; ++row) {
         const std::string expected = row->str(2);

@@ -27,13 +27,26 @@ OSSL_LIB_CTX* MakeContext() {
     return context;
 }
 
-}  // namespace
+OSSL_LIB_CTX* GetContext() {
+    static OSSL_LIB_CTX* const context = MakeContext();
+    return context;
+}
 
-CTHandle<EVP_CIPHER> FetchLegacyCipher(const char* name) {
+template <class Object>
+using CTFetch = Object* (*)(OSSL_LIB_CTX* context, const char* name, const char* properties);
+
+template <class Object>
+CTHandle<Object> Fetch(CTFetch<Object> fetch, const char* name) {
     // Failures on the way are not the host's.
     ERR_set_mark();
-    static OSSL_LIB_CTX* const context = MakeContext();
-    auto cipher = Own(context != nullptr ? EVP_CIPHER_fetch(context, name, nullptr) : nullptr);
+    OSSL_LIB_CTX* const context = GetContext();
+    auto found = Own(context != nullptr ? fetch(context, name, nullptr) : nullptr);
     ERR_pop_to_mark();
-    return cipher ? std::move(cipher) : Own(EVP_CIPHER_fetch(nullptr, name, nullptr));
+    return found ? std::move(found) : Own(fetch(nullptr, name, nullptr));
 }
+
+}  // namespace
+
+CTHandle<EVP_CIPHER> FetchLegacyCipher(const char* name) { return Fetch(EVP_CIPHER_fetch, name); }
+
+CTHandle<EVP_MD> FetchLegacyDigest(const char* name) { return Fetch(EVP_MD_fetch, name); }

@@ -1,5 +1,6 @@
 /**
- * The ciphers that OpenSSL 3 keeps in its "legacy" provider: DES, RC2, RC4.
+ * What OpenSSL 3 keeps in its "legacy" provider: the ciphers DES, RC2, RC4 and the digest
+ * Whirlpool.
  */
 #pragma once
 
@@ -16,3 +17,6 @@
  * below the library's directory, then where OpenSSL was installed.
  */
 CTHandle<EVP_CIPHER> FetchLegacyCipher(const char* name);
+
+/** A digest, in the same way. */
+CTHandle<EVP_MD> FetchLegacyDigest(const char* name);

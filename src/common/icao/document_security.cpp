@@ -54,8 +54,8 @@ CTHandle<X509> ReadX509(CByteView der) {
 }
 
 /**
- * Signers have their curve's parameters written out (Doc 9303 part 12, 4.1.6.3), which OpenSSL
- * forbids in chains. What the anchor has signed holds the parameters, so they are as good as it is.
+ * Signers have their curve's parameters written out (Doc 9303 part 12), which OpenSSL forbids in
+ * chains. What the anchor has signed holds the parameters, so they are as good as it is.
  */
 int TakeExplicitCurves(int fine, X509_STORE_CTX* context) {
     if (fine == 0 && X509_STORE_CTX_get_error(context) == X509_V_ERR_EC_KEY_EXPLICIT_PARAMS) {

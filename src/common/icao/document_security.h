@@ -27,7 +27,7 @@ namespace icao {
  * the only one that is trusted, at the present time. Returns when all is right.
  *
  * `sod` is the whole file; items in front of its 0x77 and zeros behind are passed over.
- * `cardSecurity` is EF.CardSecurity (BSI TR-03110-3, A.1.2.5), whose signers must be those of
+ * `cardSecurity` is EF.CardSecurity (BSI TR-03110-3), whose signers must be those of
  * EF.SOD; empty when the document has none.
  *
  * Throws CICAOException, with the reason in the trace log:

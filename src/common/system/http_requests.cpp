@@ -23,6 +23,13 @@ public:
         return *this;
     }
 
+    CRequest& Lines(const CTStringList<CISOString>& more) {
+        for (const CISOString& line : more) {
+            lines.Append(line);
+        }
+        return *this;
+    }
+
     CRequest& LineIf(bool wanted, const char* line) { return wanted ? Line(line) : *this; }
 
     CRequest& Origin(bool wanted) { return LineIf(wanted, "Origin: qor.local"); }
@@ -106,11 +113,11 @@ std::unique_ptr<CHttpResponse> GetAcceptingJson(const CHttpConnectionFactory& fa
                                                 const CTStringList<CISOString>& extraLines) {
     const CHttpUrl url = ParseUrl(urlText);
     auto connection = Open(factory, url, true);
-    CRequest request("GET", *connection, url);
-    for (const CISOString& line : extraLines) {
-        request.Line(line);
-    }
-    request.Line("Accept: application/json").Host().Send();
+    CRequest("GET", *connection, url)
+        .Lines(extraLines)
+        .Line("Accept: application/json")
+        .Host()
+        .Send();
     return CHttpResponse::Read(std::move(connection));
 }
 
@@ -145,6 +152,18 @@ std::unique_ptr<CHttpResponse> PostText(const std::shared_ptr<CHttpConnection>& 
 std::unique_ptr<CHttpResponse> PostJson(const CHttpConnectionFactory& factory, const CHttpUrl& url,
                                         const CByteZone& body) {
     return PostTyped(factory, url, body, "application/json");
+}
+
+std::unique_ptr<CHttpResponse> PostJson(const CHttpConnectionFactory& factory, const CHttpUrl& url,
+                                        const CByteZone& body,
+                                        const CTStringList<CISOString>& extraLines) {
+    auto connection = Open(factory, url, true);
+    CRequest("POST", *connection, url)
+        .Host()
+        .ContentType("application/json")
+        .Lines(extraLines)
+        .Send(body);
+    return CHttpResponse::Read(std::move(connection));
 }
 
 std::unique_ptr<CHttpResponse> PostTimestampQuery(const CHttpConnectionFactory& factory,

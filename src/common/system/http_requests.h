@@ -46,6 +46,11 @@ std::unique_ptr<CHttpResponse> PostText(const std::shared_ptr<CHttpConnection>& 
 std::unique_ptr<CHttpResponse> PostJson(const CHttpConnectionFactory& factory, const CHttpUrl& url,
                                         const CByteZone& body);
 
+/** The same with more header lines, which are sent as they are. */
+std::unique_ptr<CHttpResponse> PostJson(const CHttpConnectionFactory& factory, const CHttpUrl& url,
+                                        const CByteZone& body,
+                                        const CTStringList<CISOString>& extraLines);
+
 /** POST of a request to a timestamp authority (RFC 3161, 3.4). */
 std::unique_ptr<CHttpResponse> PostTimestampQuery(const CHttpConnectionFactory& factory,
                                                   const CHttpUrl& url, const CByteZone& body);

@@ -86,6 +86,14 @@ const char* GetTsaUrl() {
     return url->GetText();
 }
 
+CUTF8String GetTsaServiceUrl() { return ReadText("TSAServiceURL"); }
+
+CUTF8String GetTsaTokenUrl() { return ReadText("TSATokenURL"); }
+
+CUTF8String GetTsaClientId() { return ReadText("TSAClientId"); }
+
+CUTF8String GetTsaClientSecret() { return ReadText("TSAClientSecret"); }
+
 bool IsTslConfigMissing() {
     return ReadText("TSLURL").GetLength() == 0 || ReadText("TSLCertificate").GetLength() == 0;
 }

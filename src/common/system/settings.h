@@ -46,6 +46,17 @@ const char* GetVerificationPolicyName(int32_t policy);
  */
 const char* GetTsaUrl();
 
+/**
+ * The address of the JSON timestamp service, with which the addresses of its requests begin. Empty
+ * when there is no such service.
+ */
+CUTF8String GetTsaServiceUrl();
+
+/** Where the service's bearer tokens are asked for, and with which credentials. */
+CUTF8String GetTsaTokenUrl();
+CUTF8String GetTsaClientId();
+CUTF8String GetTsaClientSecret();
+
 /** Whether the trust list has no address or no certificate. */
 bool IsTslConfigMissing();
 

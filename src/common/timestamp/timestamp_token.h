@@ -8,6 +8,7 @@
  */
 #pragma once
 
+#include "crypto/openssl_error.h"
 #include "crypto/openssl_handle.h"
 #include "system/http_response.h"
 #include "util/ct_string.h"

@@ -10,7 +10,8 @@ port of the loopback interface takes plain connections, and TLS ones by DIRECTOR
 
 A request that differs in any byte from what it should be is answered with the status 400, so is one
 with another imprint than that of the file DATA. The query of a path names a fault of the answer.
-The file "requests" gets a line with the path of each request, "token.der" the last good token.
+The port, of the kernel's choice for 0, is printed once it is listened on. The file "requests" gets
+a line with the path of each request, "token.der" the token that was made last.
 """
 import base64
 import hashlib
@@ -123,8 +124,12 @@ def stamp(fault, oid, imprint, nonce, *form):
     return answer + b"x" if fault == "trailing" else answer
 
 
+def host_of(head):
+    return "127.0.0.1" if "\r\nHost: 127.0.0.1\r\n" in head else "localhost"
+
+
 def answer_tsa(target, fault, head, body):
-    expected = (f"POST {target} HTTP/1.0\r\nUser-Agent: QORVS\r\nHost: localhost\r\n"
+    expected = (f"POST {target} HTTP/1.0\r\nUser-Agent: QORVS\r\nHost: {host_of(head)}\r\n"
                 "Content-Type: application/timestamp-query\r\nAccept: application/timestamp-reply"
                 f"\r\nConnection: Close\r\nContent-Length: {len(body)}\r\n\r\n")
     query = read_query(body)
@@ -136,8 +141,9 @@ def answer_tsa(target, fault, head, body):
 def answer_token(target, fault, head, body):
     form = (b"grant_type=client_credentials&client_id=client-of-test&"
             b"client_secret=secret-of-test&scope=openid")
-    expected = (f"POST {target} HTTP/1.0\r\nUser-Agent: QORVS\r\nHost: localhost\r\nContent-Type: "
-                f"application/x-www-form-urlencoded\r\nContent-Length: {len(form)}\r\n\r\n")
+    expected = (f"POST {target} HTTP/1.0\r\nUser-Agent: QORVS\r\nHost: {host_of(head)}\r\n"
+                f"Content-Type: application/x-www-form-urlencoded\r\n"
+                f"Content-Length: {len(form)}\r\n\r\n")
     if head != expected or body != form:
         return 400, b""
     bearers.append("" if fault == "no-bearer" else f"bearer{len(bearers)}-of-test")
@@ -148,7 +154,7 @@ def answer_token(target, fault, head, body):
 
 
 def answer_json(target, fault, head, body):
-    expected = (f"POST {target} HTTP/1.0\r\nUser-Agent: QORVS\r\nHost: localhost\r\n"
+    expected = (f"POST {target} HTTP/1.0\r\nUser-Agent: QORVS\r\nHost: {host_of(head)}\r\n"
                 f"Content-Type: application/json\r\nAuthorization: Bearer {bearers[-1]}\r\n"
                 f"Connection: Close\r\nContent-Length: {len(body)}\r\n\r\n")
     query = re.fullmatch(r'\{"certReq": true,"hashAlgorithm": "([0-9.]*)",'
@@ -211,7 +217,9 @@ if __name__ == "__main__":
         with open(sys.argv[3], "rb") as source:
             data = source.read()
     os.chdir(sys.argv[1])
-    subprocess.run(["sh", "-ec", MAKE_CERTIFICATES], check=True)
+    subprocess.run(["sh", "-ec", MAKE_CERTIFICATES], check=True, stdout=sys.stderr)
     with open("tsa.cnf", "w") as settings:
         settings.write(CONFIGURATION)
-    Server(("127.0.0.1", int(sys.argv[2])), Handler).serve_forever()
+    server = Server(("127.0.0.1", int(sys.argv[2])), Handler)
+    print(server.server_address[1], flush=True)
+    server.serve_forever()

@@ -13,9 +13,21 @@
 #include <gmock/gmock.h>
 
 #include <cstdio>
+#include <queue>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
+
+// What the generator gives next, a result and octets each.
+static std::queue<std::pair<int, std::string>> drawn;
+
+// Stand in for those of OpenSSL in this program.
+extern "C" int RAND_bytes(unsigned char* octets, int count) {
+    const auto [result, text] = drawn.front();
+    drawn.pop();
+    return text.copy(reinterpret_cast<char*>(octets), static_cast<size_t>(count)), result;
+}
+extern "C" unsigned char* SHA512(const unsigned char*, size_t, unsigned char*) { return nullptr; }
 
 namespace {
 
@@ -47,12 +59,14 @@ void RunRows(const std::string& file) {
         EXPECT_EQ(output, text("output_text", ""));
         EXPECT_EQ(std::regex_replace(ReadWholeFile(home.Path("requests")), std::regex("\n"), " "),
                   text("requests_text", "/tsa "));
-        const std::string log = home.BodyText();
+        const std::string log = home.Files().empty() ? "" : home.BodyText();
         EXPECT_THAT(log, testing::ContainsRegex(text("log_text", "")));
         EXPECT_FALSE(std::regex_search(
             log, std::regex("-of-test|bearer|grant_type|certReq|base64Token|MII|54E5B414|3082")))
             << log;
-        remove(home.Files().at(0).c_str());
+        for (const std::string& path : home.Files()) {
+            remove(path.c_str());
+        }
     }
 }
 
@@ -62,6 +76,17 @@ struct CMadeRequest : RFC3161TimestampToken {
         : RFC3161TimestampToken(address.c_str()) {
         const unsigned char* at = der.GetData();
         request = {d2i_TS_REQ(nullptr, &at, static_cast<long>(der.GetSize())), TS_REQ_free};
+    }
+};
+
+struct CNewRequest : RFC3161TimestampToken {
+    CNewRequest() : RFC3161TimestampToken("") { SetDigest(CByteZone("data"), 672); }
+    std::string Init() {
+        InitRequest();
+        const ASN1_INTEGER* const sent = TS_REQ_get_nonce(request.Get());
+        EXPECT_EQ(ASN1_INTEGER_cmp(sent, nonce.Get()), 0);
+        return std::string(reinterpret_cast<const char*>(sent->data),
+                           static_cast<size_t>(sent->length));
     }
 };
 
@@ -101,6 +126,23 @@ TEST(TimestampToken, AnswersOfPublicAuthorities) {
         EXPECT_EQ(sent.substr(sent.find("\r\n\r\n") + 4), std::string(query.begin(), query.end()));
         row.Skip();
     }
+}
+
+TEST(TimestampToken, NonceIsSevenRandomOctetsWithoutALeadingZero) {
+    using namespace std::string_literals;
+    drawn = {};
+    for (const std::string& octets :
+         {"\0\1\2\3\4\5\6"s, "\0\xFF\0\0\0\0\0"s, "\x80\0\0\0\0\0\0"s}) {
+        drawn.emplace(1, octets);
+    }
+    EXPECT_EQ(CNewRequest().Init(), "\x80\0\0\0\0\0\0"s);
+    EXPECT_TRUE(drawn.empty());
+    for (const int failure : {0, -1}) {
+        drawn.emplace(1, "\0\1\2\3\4\5\6"s);
+        drawn.emplace(failure, "\1\1\2\3\4\5\6"s);
+        EXPECT_RAISED(OPENSSL_FUNCTION_FAILED, "", CNewRequest().Init());
+    }
+    EXPECT_RAISED(OPENSSL_FUNCTION_FAILED, "", CNewRequest().SetDigest(CByteZone("data"), 674));
 }
 
 TEST(TimestampToken, WhateverARequestThrowsIsToldByItsName) {

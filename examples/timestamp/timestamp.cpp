@@ -56,6 +56,7 @@ static void WriteFile(const std::string& path, const CByteZone& content) {
 /** Runs a command without a shell; whether it said that all is well. */
 static bool Succeeds(std::vector<std::string> command) {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (std::string& word : command) {
         arguments.push_back(word.data());
     }

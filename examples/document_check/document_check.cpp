@@ -3,8 +3,8 @@
  *
  * Usage: document_check --csca FILE --sod FILE [--card-security FILE] NUMBER=FILE ...
  *
- *   --csca FILE           the country signing certificate (X.509, DER) that you trust for the
- * issuer; `openssl x509 -in FILE -outform DER` makes DER from PEM
+ *   --csca FILE           the country signing certificate (X.509) that you trust, as DER;
+ *                         `openssl x509 -in FILE -outform DER` makes DER from PEM
  *   --sod FILE            EF.SOD as read from the document
  *   --card-security FILE  EF.CardSecurity, where the document has one
  *   NUMBER=FILE           a data group as read from the document; at least one

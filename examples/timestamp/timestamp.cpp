@@ -8,12 +8,13 @@
  * request, and nothing more: whoever has to rely on the token verifies its signature and the chain
  * of its certificates up to a root, here with the openssl command and the root in CA-FILE:
  *
- *     $ timestamp contract.pdf root.pem http://tsa.example/tsa
- *     Token    1248 bytes in contract.pdf.tst
+ *     $ timestamp deed.pdf root.pem http://tsa.example/tsa
+ *     Token    1248 bytes in deed.pdf.tst
  *     Library  version, imprint and nonce belong to the request
  *     Caller   signature, certificates and their use:
- *              openssl ts -verify -data contract.pdf -in contract.pdf.tst -token_in -CAfile
- * root.pem Verification: OK Result   proved
+ *              openssl ts -verify -data deed.pdf -in deed.pdf.tst ...
+ *     Verification: OK
+ *     Result   proved
  *
  * The exit status is 0 when the token is proved and 1 when it is not. A token that the library
  * refuses is not written; one that only the command refuses is, for a closer look.

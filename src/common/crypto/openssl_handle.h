@@ -12,6 +12,7 @@
 #include <openssl/encoder.h>
 #include <openssl/evp.h>
 #include <openssl/param_build.h>
+#include <openssl/pkcs7.h>
 #include <openssl/x509.h>
 
 #include <utility>
@@ -54,6 +55,7 @@ private:
 };
 
 // The only place that pairs a type with its free function.
+inline CTHandle<ASN1_OBJECT> Own(ASN1_OBJECT* object) { return {object, ASN1_OBJECT_free}; }
 inline CTHandle<ASN1_OCTET_STRING> Own(ASN1_OCTET_STRING* text) {
     return {text, ASN1_OCTET_STRING_free};
 }
@@ -81,7 +83,10 @@ inline CTHandle<OSSL_PARAM> Own(OSSL_PARAM* parameters) { return {parameters, OS
 inline CTHandle<OSSL_PARAM_BLD> Own(OSSL_PARAM_BLD* builder) {
     return {builder, OSSL_PARAM_BLD_free};
 }
+inline CTHandle<PKCS7> Own(PKCS7* message) { return {message, PKCS7_free}; }
 inline CTHandle<X509> Own(X509* certificate) { return {certificate, X509_free}; }
+inline CTHandle<X509_ALGOR> Own(X509_ALGOR* algorithm) { return {algorithm, X509_ALGOR_free}; }
+inline CTHandle<X509_STORE> Own(X509_STORE* store) { return {store, X509_STORE_free}; }
 
 /** For secret numbers and points: wiped when they are freed. */
 inline CTHandle<BIGNUM> OwnSecret(BIGNUM* number) { return {number, BN_clear_free}; }

@@ -45,7 +45,7 @@ constexpr CVerification kVerifications[] = {
 
 CTHandle<PKCS7> ReadPkcs7(CByteView der) {
     const unsigned char* at = der.GetData();
-    return {d2i_PKCS7(nullptr, &at, static_cast<long>(der.GetSize())), PKCS7_free};
+    return Own(d2i_PKCS7(nullptr, &at, static_cast<long>(der.GetSize())));
 }
 
 CTHandle<X509> ReadX509(CByteView der) {
@@ -107,8 +107,7 @@ const EVP_MD* GetEncapContentInfo(const CObjectIdentifier& algorithm) {
     CObjectIdentifierContent::EncodeData(algorithm, octets);
     const CByteZone item = EncodeTLV(kObjectIdentifierTag, octets);
     const unsigned char* at = item.GetData();
-    const CTHandle<ASN1_OBJECT> object(
-        d2i_ASN1_OBJECT(nullptr, &at, static_cast<long>(item.GetSize())), ASN1_OBJECT_free);
+    const auto object = Own(d2i_ASN1_OBJECT(nullptr, &at, static_cast<long>(item.GetSize())));
     if (!object) {
         RAISE_OPENSSL("d2i_ASN1_OBJECT");
     }
@@ -135,7 +134,7 @@ void CheckSecurityObjectDocument(const CByteZone& sod, const CByteZone& cardSecu
     if (!csca) {
         RAISE_OPENSSL("d2i_X509");
     }
-    const CTHandle<X509_STORE> store(X509_STORE_new(), X509_STORE_free);
+    const auto store = Own(X509_STORE_new());
     if (!store || X509_STORE_add_cert(store.Get(), csca.Get()) != 1) {
         RAISE_OPENSSL("X509_STORE_add_cert");
     }

@@ -13,12 +13,6 @@ constexpr CFieldRow kSecurityInfoRows[] = {
     OPTIONAL_FIELD(CSecurityInfo,  optionalData, CAnyType),
 };
 
-constexpr CFieldRow kActiveAuthenticationInfoRows[] = {
-    MANDATORY_FIELD(CActiveAuthenticationInfo, protocol,           CObjectIdentifierType),
-    MANDATORY_FIELD(CActiveAuthenticationInfo, version,            CIntegerType),
-    OPTIONAL_FIELD(CActiveAuthenticationInfo,  signatureAlgorithm, CObjectIdentifierType),
-};
-
 constexpr CFieldRow kPACEInfoRows[] = {
     MANDATORY_FIELD(CPACEInfo, protocol,    CObjectIdentifierType),
     MANDATORY_FIELD(CPACEInfo, version,     CIntegerType),
@@ -57,8 +51,6 @@ void CBitStringType::Print(const CBitString& value, CPrinter& printer) {
 }
 
 const CSequenceTable CSecurityInfo::kTable("SecurityInfo", kSecurityInfoRows);
-const CSequenceTable CActiveAuthenticationInfo::kTable("ActiveAuthenticationInfo",
-                                                       kActiveAuthenticationInfoRows);
 const CSequenceTable CPACEInfo::kTable("PACEInfo", kPACEInfoRows);
 const CSequenceTable CPACEDomainParameterInfo::kTable("PACEDomainParameterInfo",
                                                       kPACEDomainParameterInfoRows);

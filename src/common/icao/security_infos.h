@@ -29,15 +29,6 @@ struct CSecurityInfo {
     static const CSequenceTable kTable;
 };
 
-/** That the chip does active authentication, and the algorithm of its ECDSA signatures. */
-struct CActiveAuthenticationInfo {
-    std::unique_ptr<CObjectIdentifier> protocol;
-    std::unique_ptr<int32_t> version;
-    std::unique_ptr<CObjectIdentifier> signatureAlgorithm;  // optional; chips with RSA lack it
-
-    static const CSequenceTable kTable;
-};
-
 struct CPACEInfo {
     std::unique_ptr<CObjectIdentifier> protocol;
     std::unique_ptr<int32_t> version;
@@ -72,7 +63,6 @@ struct CChipAuthenticationPublicKeyInfo {
 };
 
 using CSecurityInfoType = CTSequenceType<CSecurityInfo>;
-using CActiveAuthenticationInfoType = CTSequenceType<CActiveAuthenticationInfo>;
 using CPACEInfoType = CTSequenceType<CPACEInfo>;
 using CPACEDomainParameterInfoType = CTSequenceType<CPACEDomainParameterInfo>;
 using CSubjectPublicKeyInfoType = CTSequenceType<CSubjectPublicKeyInfo>;

@@ -32,21 +32,9 @@ CBearer& GetBearer() {
     return *bearer;
 }
 
-/** Keeps the thread's lines out of the log: the JSON reader would quote what the service sent. */
-class CQuietScope {
-public:
-    CQuietScope() noexcept : before(std::exchange(GetTraceThread().suppressed, true)) {}
-    ~CQuietScope() { traceThread.suppressed = before; }
-    CQuietScope(const CQuietScope&) = delete;
-    CQuietScope& operator=(const CQuietScope&) = delete;
-
-private:
-    bool before;
-};
-
 /** A text of the object that a body is, or empty. */
 CUTF8String ReadMember(const CByteZone& body, const char* key) {
-    const CQuietScope quiet;
+    const CTraceSilence silence;  // the reader would quote what the service sent
     const char* cursor = reinterpret_cast<const char*>(body.GetData());
     return Parse(cursor, cursor + body.GetSize())->GetByKey(key)->GetString();
 }
@@ -86,7 +74,7 @@ CTHandle<PKCS7> DecodeToken(const CUTF8String& text) {
     }
     BIO_set_flags(decoder.Get(), BIO_FLAGS_BASE64_NO_NL);
     BIO_push(decoder.Get(), source.Detach());  // takes the source
-    CTHandle<PKCS7> token(d2i_PKCS7_bio(decoder.Get(), nullptr), PKCS7_free);
+    auto token = Own(d2i_PKCS7_bio(decoder.Get(), nullptr));
     unsigned char more = 0;
     return BIO_read(decoder.Get(), &more, 1) > 0 ? CTHandle<PKCS7>() : std::move(token);
 }

@@ -127,7 +127,7 @@ void TimestampToken::InitRequest() {
 
 int TimestampToken::SetImprint() {
     // An unknown number gives no object, which TS_MSG_IMPRINT_set_algo refuses.
-    const CTHandle<X509_ALGOR> algorithm(X509_ALGOR_new(), X509_ALGOR_free);
+    const auto algorithm = Own(X509_ALGOR_new());
     TRY_OPENSSL(X509_ALGOR_set0, algorithm.Get(), OBJ_nid2obj(static_cast<int>(hashNid)),
                 V_ASN1_NULL, nullptr);
     CTHandle<TS_MSG_IMPRINT> imprint;

@@ -27,18 +27,13 @@ constexpr int kSettleMilliseconds = 1000;
  */
 class CSuppressScope {
 public:
-    CSuppressScope() noexcept : before(std::exchange(traceThread.suppressed, true)) {
-        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
-    }
-    ~CSuppressScope() {
-        pthread_setcancelstate(cancelState, nullptr);
-        traceThread.suppressed = before;
-    }
+    CSuppressScope() noexcept { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState); }
+    ~CSuppressScope() { pthread_setcancelstate(cancelState, nullptr); }
     CSuppressScope(const CSuppressScope&) = delete;
     CSuppressScope& operator=(const CSuppressScope&) = delete;
 
 private:
-    bool before;
+    CTraceSilence silence;
     int cancelState = 0;
 };
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 /** Plain data in thread-local storage, zero when a thread begins. */
 struct CTraceThread {
@@ -28,3 +29,15 @@ inline CTraceThread& GetTraceThread() noexcept {
     }
     return traceThread;
 }
+
+/** Keeps the calling thread's lines out of the log. */
+class CTraceSilence {
+public:
+    CTraceSilence() noexcept : before(std::exchange(GetTraceThread().suppressed, true)) {}
+    ~CTraceSilence() { traceThread.suppressed = before; }
+    CTraceSilence(const CTraceSilence&) = delete;
+    CTraceSilence& operator=(const CTraceSilence&) = delete;
+
+private:
+    bool before;
+};

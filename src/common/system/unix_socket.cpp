@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <mutex>
 #include <vector>
 
 namespace {
@@ -50,14 +51,14 @@ private:
 
 void InterruptOnly(int /*signal*/) {}
 
-void InstallHandlers() noexcept {
-    static const bool installed = [] {
+void InstallHandlers() {
+    static std::once_flag once;
+    std::call_once(once, [] {
         struct sigaction interrupt {};
         interrupt.sa_handler = &InterruptOnly;  // without SA_RESTART
-        return (sigaction(SIGALRM, &interrupt, nullptr) |
-                sigaction(SIGPIPE, &interrupt, nullptr)) == 0;
-    }();
-    static_cast<void>(installed);
+        sigaction(SIGALRM, &interrupt, nullptr);
+        sigaction(SIGPIPE, &interrupt, nullptr);
+    });
 }
 
 /** What a system call gave, with errno when that is negative. */
@@ -150,7 +151,7 @@ private:
     bool entered;
 };
 
-CUnixSocket::CUnixSocket(int32_t ownedFd, int32_t seconds, int32_t alongside) noexcept
+CUnixSocket::CUnixSocket(int32_t ownedFd, int32_t seconds, int32_t alongside)
     : timeout(seconds), fd(ownedFd), companion(alongside) {
     InstallHandlers();
 }

@@ -26,7 +26,7 @@ public:
      * Takes `fd`, connected or listening, and `alongside`, -1 for none; the destructor closes both.
      * `timeout` is in seconds, zero or less for none.
      */
-    CUnixSocket(int32_t fd, int32_t timeout, int32_t alongside = -1) noexcept;
+    CUnixSocket(int32_t fd, int32_t timeout, int32_t alongside = -1);
     ~CUnixSocket() override;
 
     void Cancel() override;

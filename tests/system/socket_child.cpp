@@ -11,6 +11,7 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -25,11 +26,35 @@
 #include <vector>
 
 static bool listenFails = false;
+static CLocalSocket* cancelledBehindCalls = nullptr;
 
-extern "C" int listen(int descriptor, int backlog) noexcept {
-    errno = EOPNOTSUPP;
+// The C library's calls, behind each of which the socket is cancelled when one is named.
+#define CANCELS_BEHIND(Result, name, parameters, arguments)                                 \
+    Result name parameters {                                                                \
+        auto* const real = reinterpret_cast<Result(*) parameters>(dlsym(RTLD_NEXT, #name)); \
+        const Result result = real arguments;                                               \
+        const int error = errno;                                                            \
+        if (cancelledBehindCalls != nullptr) {                                              \
+            cancelledBehindCalls->Cancel();                                                 \
+        }                                                                                   \
+        errno = error;                                                                      \
+        return result;                                                                      \
+    }
+
+extern "C" {
+CANCELS_BEHIND(ssize_t, recv, (int socket, void* to, size_t length, int flags),
+               (socket, to, length, flags))
+CANCELS_BEHIND(ssize_t, send, (int socket, const void* from, size_t length, int flags),
+               (socket, from, length, flags))
+CANCELS_BEHIND(int, ppoll,
+               (pollfd * sockets, nfds_t count, const timespec* limit, const sigset_t* mask),
+               (sockets, count, limit, mask))
+
+int listen(int descriptor, int backlog) noexcept {
     static auto* const real = reinterpret_cast<int (*)(int, int)>(dlsym(RTLD_NEXT, "listen"));
+    errno = EOPNOTSUPP;
     return listenFails ? -1 : real(descriptor, backlog);
+}
 }
 
 namespace {
@@ -72,6 +97,19 @@ int Bare(int kind, const char* path = nullptr) {
 void CallCancelled(void (*call)(CLocalSocket&)) {
     CUnixSocket socket(Bare(SOCK_STREAM), 1);
     socket.Cancel();
+    call(socket);
+}
+
+/** Calls a socket whose peer has left "abc" and is there, or gone, and cancels it meanwhile. */
+void CallCancelledBehind(bool gone, int32_t timeout, void (*call)(CLocalSocket&)) {
+    int ends[2];
+    socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
+    CUnixSocket socket(ends[0], timeout);
+    write(ends[1], "abc", gone ? 0 : 3) < 0 ? perror("write") : void();
+    if (gone) {
+        close(ends[1]);
+    }
+    cancelledBehindCalls = &socket;
     call(socket);
 }
 
@@ -138,6 +176,45 @@ const std::pair<const char*, void (*)(const char*)> kFailures[] = {
      }},
     {"nobody to write to", [](const char*) { CUnixSocket(Bare(SOCK_STREAM), 0).Write("a", 1); }},
     {"not listening", [](const char*) { CLeftSocket("a").socket->Accept(); }},
+    {"read, cancelled with the data there",
+     [](const char*) {
+         CallCancelledBehind(false, 0, [](CLocalSocket& s) {
+             char all[3];
+             s.Read(all, 3);
+         });
+     }},
+    {"read, cancelled at the end",
+     [](const char*) {
+         CallCancelledBehind(true, 0, [](CLocalSocket& s) {
+             char all[3];
+             s.Read(all, 3);
+         });
+     }},
+    {"read, cancelled when ready",
+     [](const char*) {
+         CallCancelledBehind(false, 1, [](CLocalSocket& s) {
+             char all[3];
+             s.Read(all, 3);
+         });
+     }},
+    {"read, cancelled when time is up",
+     [](const char*) {
+         CallCancelledBehind(false, 1, [](CLocalSocket& s) {
+             char all[4];
+             cancelledBehindCalls = nullptr;
+             s.Read(all, 3);
+             cancelledBehindCalls = &s;
+             s.Read(all, 1);
+         });
+     }},
+    {"write, cancelled with all sent",
+     [](const char*) {
+         CallCancelledBehind(false, 0, [](CLocalSocket& s) { s.Write("abc", 3); });
+     }},
+    {"write, cancelled with the peer gone",
+     [](const char*) { CallCancelledBehind(true, 0, [](CLocalSocket& s) { s.Write("abc", 3); }); }},
+    {"accept, cancelled when ready",
+     [](const char*) { CallCancelledBehind(false, 0, [](CLocalSocket& s) { s.Accept(); }); }},
     {"read, closed", [](const char*) { CallClosed(1); }},
     {"accept, closed", [](const char*) { CallClosed(0); }},
 };
@@ -157,6 +234,7 @@ void Fail(const CArguments& paths) {
         }
         LimitDescriptors(-1);
         listenFails = false;
+        cancelledBehindCalls = nullptr;
         unlink(paths[0].c_str());
     }
 }

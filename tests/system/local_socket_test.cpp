@@ -190,6 +190,23 @@ TEST(LocalSocket, TakesDescriptorsOfAnyNumber) {
     EXPECT_THROW(ends.socket->Read(&byte, 1), EIOTimedOut);
 }
 
+TEST(LocalSocket, SignalsNobodyWhenIdle) {
+    const CEnds ends;
+    ends.socket->Write("a", 1);
+    sigset_t alarm, pending;
+    sigemptyset(&alarm);
+    sigaddset(&alarm, SIGALRM);
+    pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
+    ends.socket->Cancel();
+    sigpending(&pending);
+    EXPECT_EQ(sigismember(&pending, SIGALRM), 0);
+    pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
+    EXPECT_THROW(ends.socket->Write("b", 1), EIOCancelled);
+    ends.socket->ResetCancel();
+    ends.socket->Write("c", 1);
+    EXPECT_EQ(ends.Drain(), "ac");
+}
+
 // Kept: what a signal interrupts goes on with as many bytes as at first.
 TEST(LocalSocket, FollowsAnInterruptedWriteWithZeros) {
     const std::string data(1 << 20, 'd');

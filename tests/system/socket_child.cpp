@@ -69,173 +69,92 @@ void LimitDescriptors(int free) {
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/** Two connected sockets; the peer is closed, after some bytes in either direction. */
-struct CLeftSocket {
-    explicit CLeftSocket(const std::string& from = "", const std::string& to = "") {
+/** A path at which nothing lies, and a socket; all is as before when the scope ends. */
+struct CPlace {
+    explicit CPlace(const std::string& place) : path(place.c_str()) {}
+    ~CPlace() {
+        LimitDescriptors(-1);
+        listenFails = false;
+        cancelledBehindCalls = nullptr;
+        unlink(path);
+    }
+
+    void Connect() { used = CLocalSocket::Connect(path, 1); }
+    void Listen() { used = CLocalSocket::Listen(path); }
+    void Bind(int kind) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        strcpy(address.sun_path, path);
+        bind(socket(AF_UNIX, kind, 0), reinterpret_cast<sockaddr*>(&address), sizeof(address));
+    }
+    void Fresh(int32_t timeout = 0) {
+        descriptor = socket(AF_UNIX, SOCK_STREAM, 0);
+        used = std::make_unique<CUnixSocket>(descriptor, timeout);
+    }
+    void Pair(const std::string& arrives, const std::string& unread = "", int32_t timeout = 0) {
         int ends[2];
         socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
-        socket = std::make_unique<CUnixSocket>(ends[0], 1);
-        send(ends[0], to.data(), to.size(), 0);
-        send(ends[1], from.data(), from.size(), 0);
-        close(ends[1]);
+        send(ends[0], unread.data(), unread.size(), 0);
+        send(ends[1], arrives.data(), arrives.size(), 0);
+        used = std::make_unique<CUnixSocket>(ends[0], timeout);
+        descriptor = ends[1];
     }
-    std::unique_ptr<CUnixSocket> socket;
+    void Close() const { close(descriptor); }
+    void Read(size_t length) { used->Read(room, length); }
+    void Write(size_t length) { used->Write("abc", length); }
+    void CancelBehind() const { cancelledBehindCalls = used.get(); }
+
+    const char* path;
+    std::unique_ptr<CLocalSocket> used;
+    int descriptor = -1;
     char room[8];
 };
 
-int Bare(int kind, const char* path = nullptr) {
-    const int descriptor = socket(AF_UNIX, kind, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    strcpy(address.sun_path, path != nullptr ? path : "");
-    return path == nullptr ||
-                   bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0
-               ? descriptor
-               : -1;
-}
-
-void CallCancelled(void (*call)(CLocalSocket&)) {
-    CUnixSocket socket(Bare(SOCK_STREAM), 1);
-    socket.Cancel();
-    call(socket);
-}
-
-/** Calls a socket whose peer has left "abc" and is there, or gone, and cancels it meanwhile. */
-void CallCancelledBehind(bool gone, int32_t timeout, void (*call)(CLocalSocket&)) {
-    int ends[2];
-    socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
-    CUnixSocket socket(ends[0], timeout);
-    write(ends[1], "abc", gone ? 0 : 3) < 0 ? perror("write") : void();
-    if (gone) {
-        close(ends[1]);
-    }
-    cancelledBehindCalls = &socket;
-    call(socket);
-}
-
-void CallClosed(int32_t timeout) {
-    const int descriptor = Bare(SOCK_STREAM);
-    CUnixSocket socket(descriptor, timeout);
-    close(descriptor);
-    char byte;
-    timeout == 0 ? static_cast<void>(socket.Accept()) : socket.Read(&byte, 1);
-}
-
-/** Calls that fail, with a path at which nothing lies. */
-const std::pair<const char*, void (*)(const char*)> kFailures[] = {
-    {"missing", [](const char* path) { CLocalSocket::Connect(path); }},
-    {"stale",
-     [](const char* path) {
-         close(Bare(SOCK_STREAM, path));
-         CLocalSocket::Connect(path);
-     }},
-    {"datagrams",
-     [](const char* path) {
-         const int descriptor = Bare(SOCK_DGRAM, path);
-         CLocalSocket::Connect(path);
-         close(descriptor);
-     }},
-    {"no descriptor to connect",
-     [](const char* path) { LimitDescriptors(0), CLocalSocket::Connect(path); }},
-    {"none to probe", [](const char* path) { LimitDescriptors(0), CLocalSocket::Listen(path); }},
-    {"one to listen", [](const char* path) { LimitDescriptors(1), CLocalSocket::Listen(path); }},
-    {"no directory", [](const char*) { CLocalSocket::Listen("/nonexistent/socket"); }},
-    {"not to listen", [](const char* path) { listenFails = true, CLocalSocket::Listen(path); }},
-    {"listened at",
-     [](const char* path) {
-         const auto listener = CLocalSocket::Listen(path);
-         CLocalSocket::Listen(path);
-     }},
-    {"read, cancelled",
-     [](const char*) { CallCancelled([](CLocalSocket& socket) { socket.Read(nullptr, 0); }); }},
-    {"write, cancelled",
-     [](const char*) { CallCancelled([](CLocalSocket& socket) { socket.Write(nullptr, 0); }); }},
-    {"accept, cancelled",
-     [](const char*) { CallCancelled([](CLocalSocket& socket) { socket.Accept(); }); }},
-    {"silence",
-     [](const char* path) {
-         const auto listener = CLocalSocket::Listen(path);
-         char byte;
-         CLocalSocket::Connect(path, 1)->Read(&byte, 1);
-     }},
-    {"gone in the middle",
-     [](const char*) {
-         CLeftSocket left("abc");
-         left.socket->Read(left.room, 4);
-     }},
-    {"gone with bytes unread",
-     [](const char*) {
-         CLeftSocket left("", "abc");
-         left.socket->Read(left.room, 4);
-     }},
-    {"gone before", [](const char*) { CLeftSocket().socket->Write("abc", 3); }},
-    {"nobody to read from",
-     [](const char*) {
-         char byte;
-         CUnixSocket(Bare(SOCK_STREAM), 0).Read(&byte, 1);
-     }},
-    {"nobody to write to", [](const char*) { CUnixSocket(Bare(SOCK_STREAM), 0).Write("a", 1); }},
-    {"not listening", [](const char*) { CLeftSocket("a").socket->Accept(); }},
-    {"read, cancelled with the data there",
-     [](const char*) {
-         CallCancelledBehind(false, 0, [](CLocalSocket& s) {
-             char all[3];
-             s.Read(all, 3);
-         });
-     }},
-    {"read, cancelled at the end",
-     [](const char*) {
-         CallCancelledBehind(true, 0, [](CLocalSocket& s) {
-             char all[3];
-             s.Read(all, 3);
-         });
-     }},
-    {"read, cancelled when ready",
-     [](const char*) {
-         CallCancelledBehind(false, 1, [](CLocalSocket& s) {
-             char all[3];
-             s.Read(all, 3);
-         });
-     }},
-    {"read, cancelled when time is up",
-     [](const char*) {
-         CallCancelledBehind(false, 1, [](CLocalSocket& s) {
-             char all[4];
-             cancelledBehindCalls = nullptr;
-             s.Read(all, 3);
-             cancelledBehindCalls = &s;
-             s.Read(all, 1);
-         });
-     }},
-    {"write, cancelled with all sent",
-     [](const char*) {
-         CallCancelledBehind(false, 0, [](CLocalSocket& s) { s.Write("abc", 3); });
-     }},
-    {"write, cancelled with the peer gone",
-     [](const char*) { CallCancelledBehind(true, 0, [](CLocalSocket& s) { s.Write("abc", 3); }); }},
-    {"accept, cancelled when ready",
-     [](const char*) { CallCancelledBehind(false, 0, [](CLocalSocket& s) { s.Accept(); }); }},
-    {"read, closed", [](const char*) { CallClosed(1); }},
-    {"accept, closed", [](const char*) { CallClosed(0); }},
+void (*const kFailures[])(CPlace&) = {
+    [](CPlace& at) { at.Connect(); },
+    [](CPlace& at) { at.Bind(SOCK_STREAM), at.Connect(); },
+    [](CPlace& at) { at.Bind(SOCK_DGRAM), at.Connect(); },
+    [](CPlace& at) { LimitDescriptors(0), at.Connect(); },
+    [](CPlace& at) { LimitDescriptors(0), at.Listen(); },
+    [](CPlace& at) { LimitDescriptors(1), at.Listen(); },
+    [](CPlace& at) { at.path = "/nonexistent/socket", at.Listen(); },
+    [](CPlace& at) { listenFails = true, at.Listen(); },
+    [](CPlace& at) { at.Listen(), at.Listen(); },
+    [](CPlace& at) { at.Fresh(), at.used->Cancel(), at.Read(0); },
+    [](CPlace& at) { at.Fresh(), at.used->Cancel(), at.Write(0); },
+    [](CPlace& at) { at.Fresh(), at.used->Cancel(), at.used->Accept(); },
+    [](CPlace& at) { at.Pair("abc", "", 1), at.Read(4); },
+    [](CPlace& at) { at.Pair("abc"), at.Close(), at.Read(4); },
+    [](CPlace& at) { at.Pair("", "abc"), at.Close(), at.Read(4); },
+    [](CPlace& at) { at.Pair(""), at.Close(), at.Write(3); },
+    [](CPlace& at) { at.Fresh(), at.Read(1); },
+    [](CPlace& at) { at.Fresh(), at.Write(1); },
+    [](CPlace& at) { at.Pair("a"), at.used->Accept(); },
+    [](CPlace& at) { at.Pair("abc"), at.CancelBehind(), at.Read(3); },
+    [](CPlace& at) { at.Pair(""), at.Close(), at.CancelBehind(), at.Read(3); },
+    [](CPlace& at) { at.Pair("abc", "", 1), at.CancelBehind(), at.Read(3); },
+    [](CPlace& at) { at.Pair("", "", 1), at.CancelBehind(), at.Read(1); },
+    [](CPlace& at) { at.Pair(""), at.CancelBehind(), at.Write(3); },
+    [](CPlace& at) { at.Pair(""), at.Close(), at.CancelBehind(), at.Write(3); },
+    [](CPlace& at) { at.Pair("abc"), at.CancelBehind(), at.used->Accept(); },
+    [](CPlace& at) { at.Fresh(1), at.Close(), at.Read(1); },
+    [](CPlace& at) { at.Fresh(), at.Close(), at.used->Accept(); },
 };
 
-/** Prints class, event, category, code and words of each failure, and what the path was left as. */
+/** Prints class, event, category, code and words of what each call throws. */
 void Fail(const CArguments& paths) {
     TraceString0("opened before descriptors are short");
-    for (const auto& [name, call] : kFailures) {
+    for (const auto call : kFailures) {
+        CPlace place(paths[0]);
         try {
-            call(paths[0].c_str());
-            printf("%s passed\n", name);
+            call(place);
+            puts("passed");
         } catch (const EIOError& error) {
             const CEventMessage& message = error.GetMessage();
             const char* const type = typeid(error).name();
             printf("%s %08X %d %lu %s\n", type + strspn(type, "0123456789"), message.id,
                    message.category, error.GetErrorCode(), RenderMessage(message).GetText());
         }
-        LimitDescriptors(-1);
-        listenFails = false;
-        cancelledBehindCalls = nullptr;
-        unlink(paths[0].c_str());
     }
 }
 

@@ -4,6 +4,7 @@
 #include "util/exception.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -26,7 +27,10 @@ const char* pidDirectory = kPidFileDirectory;
 
 void StopService(int /*signal*/) {
     const int error = errno;
-    runningService.load()->Stop();
+    CService* const service = runningService.load();
+    if (service != nullptr) {
+        service->Stop();
+    }
     errno = error;
 }
 
@@ -77,6 +81,20 @@ void Report(uint32_t id, const CUTF8FmtArgs& args) {
 [[noreturn]] void FailStart(CService& service, const CUTF8String& reason) {
     Report(0xC1030004, CUTF8FmtArgs() << service.GetDisplayName() << reason);
     exit(kFailed);
+}
+
+/**
+ * The launcher starts us with no descriptor open. What Initialize opens must not get one of the
+ * numbers that are closed on the way into the background.
+ */
+void OccupyStandardDescriptors() noexcept {
+    int descriptor = -1;
+    do {
+        descriptor = open("/dev/null", O_RDWR);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
 }
 
 void Initialize(CService& service) {
@@ -132,6 +150,7 @@ void RunToEnd(CService& service, const CPidFile& pidFile) {
 int RunService(CService& service, int argc, const char* const* argv, const char* pidFileDirectory) {
     pidDirectory = pidFileDirectory;
     runningService = &service;
+    OccupyStandardDescriptors();
     const CPidFile pidFile(GetPidFilePath());
     if (pidFile.Exists()) {
         RefuseSecondStart(pidFile);
@@ -143,6 +162,8 @@ int RunService(CService& service, int argc, const char* const* argv, const char*
     RunToEnd(service, pidFile);
     // Kept: in the foreground too, where none was written.
     pidFile.Remove();
+    // The handler stays; the service may go now.
+    runningService = nullptr;
     return 0;
 }
 

@@ -37,8 +37,9 @@ public:
     virtual void Run() = 0;
 
     /**
-     * Makes Run return, also when it has yet to begin. Called from a signal handler, on any thread:
-     * only what is allowed there, and no exception.
+     * Makes Run return, also when it has yet to begin; comes after an Initialize that has thrown,
+     * too. Called from a signal handler, on any thread: only what is allowed there, and no
+     * exception.
      */
     virtual void Stop() = 0;
 
@@ -52,12 +53,15 @@ protected:
  * Refuses to start when the PID file exists, whatever it says; otherwise initialises the service,
  * goes into the background with "/" as directory, no umask and a session of its own, and runs it.
  * With "-f" for its only argument the service stays in the foreground and writes no PID file. What
- * happens is in the event log. SIGTERM keeps the handler that calls Stop.
+ * happens is in the event log. SIGTERM calls Stop, and does nothing after the return.
  *
  * Returns 0 after Run, in the background process. The first process ends here: with exit(0) when
  * the service has been initialised and is about to run, with exit(2) when it could not be started,
  * which its parent takes for the answer. exit(2) also ends the process whose Run has thrown. Both
  * destroy the static objects of their process, but not the service of a caller's frame.
+ *
+ * Descriptors of 0, 1 and 2 that the process was started without lead to /dev/null until the
+ * service is in the background.
  *
  * Two starts at the same moment may both succeed: there is no lock. With no umask, files that the
  * service makes later, the log's included, can be written by everybody unless it says otherwise.

@@ -13,15 +13,6 @@ touch "$QORVS_CONFFILE"
 
 fail() { echo "FAILED: $*" >&2; exit 1; }
 
-# The client runs before the PID file is there: the first process has ended by then, not more.
-find_service() {
-    for _ in $(seq 3000); do
-        service=$(cat "$pid_file" 2>/dev/null) && [ -n "$service" ] && return
-        read -rt 0.01 <> <(:) || :
-    done
-    fail "no PID file"
-}
-
 # Ends when the process has, whoever its parent is.
 stop_service() {
     kill -TERM "$service"
@@ -39,7 +30,8 @@ expect_echo() {
 
 # Two clients at a time, each with many messages of many sizes, in one connection each.
 expect_echo hello '' "100%s"
-find_service
+# Who answers has written its number.
+service=$(cat "$pid_file")
 sizes=()
 for size in 1 4095 4096 65536 100000; do
     sizes+=("$(printf "%0${size}d" "$size")")
@@ -72,22 +64,22 @@ partial = connect()
 partial.sendall(b"\0\0\0\x05ab")
 partial.close()
 END
-    exec {idle}> >(exec python3 -c '
+    coproc idle { exec python3 -uc '
 import socket, sys
 client = socket.socket(socket.AF_UNIX)
 client.connect(sys.argv[1])
 client.sendall(b"\0\0")
-print("connected", file=sys.stderr, flush=True)
-sys.stdin.read()' "$work/echo_service.socket" 2>"$work/idle")
-    timeout 60 grep -q connected <(tail -f -s 0.02 "$work/idle") || fail "no idle client"
+print("connected")
+sys.stdin.read()' "$work/echo_service.socket"; }
+    read -r _ <&"${idle[0]}" || fail "no idle client"
 fi
 expect_echo again
 stop_service
-[ -z "${idle:-}" ] || exec {idle}>&-
+[ -z "${idle_PID:-}" ] || kill "$idle_PID"
 
 # In the foreground, stopped from outside; the client finds it and starts none.
 "$program" -f & service=$!
-until [ -S "$work/echo_service.socket" ]; do read -rt 0.01 <> <(:) || :; done
+until [ -S "$work/echo_service.socket" ]; do kill -0 "$service" && sleep 0.01; done
 expect_echo foreground
 [ ! -e "$pid_file" ] || fail "a PID file in the foreground"
 kill -TERM "$service"

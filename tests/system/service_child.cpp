@@ -102,6 +102,9 @@ public:
     CUTF8String GetDisplayName() override { return "Told service"; }
     void Initialize() override {
         opened = open("/", O_RDONLY);
+        if (Variable("SERVICE_DOES") == "run open files") {
+            printf("said once, at the end of the first process\n");
+        }
         Do("initialize");
     }
     void Run() override { Do("run"); }
@@ -118,6 +121,7 @@ private:
             {" interrupt the launcher", &Interrupt},
             {" start another", [] { dprintf(kReports, "status %d\n", system("/proc/$PPID/exe")); }},
             {" write a PID file", [] { CPidFile(GetPidFilePath()).Write(); }},
+            {" open files", [] { (dup(kReports), dup(kReports), dup(kReports)); }},
             {" look", &Look},
         };
         dprintf(kReports, "%s\n", place.c_str());
@@ -133,6 +137,9 @@ int Launch(const char* path) {
     struct sigaction interrupt {};
     interrupt.sa_handler = [](int) {};
     sigaction(SIGALRM, &interrupt, nullptr);
+    if (Variable("SERVICE_DOES").empty()) {
+        atexit([] { dprintf(kReports, "the host ends\n"); });
+    }
     if (Variable("FAILING_CALL") == "waitpid") {
         signal(SIGCHLD, SIG_IGN);
     }
@@ -167,6 +174,7 @@ int main(int argc, char** argv) {
     dup2(STDOUT_FILENO, STDERR_FILENO);
     CToldService service;
     const int result = RunService(service, argc, argv, directory.c_str());
+    raise(SIGTERM);
     dprintf(kReports, "returned %d\n", result);
     return result;
 }

@@ -16,8 +16,8 @@ public:
 
 /**
  * Starts the program at `path` and waits for its first process, which tells by its exit status
- * whether the service runs (RunService). The program has no arguments, the environment of the
- * caller and none of its descriptors below 256.
+ * whether the service runs (RunService). The program has no arguments, the environment and the
+ * signal mask of the caller and none of its descriptors below 256.
  *
  * Throws EService when the process cannot be made, cannot be waited for (also where the host
  * ignores SIGCHLD), is ended by a signal or exits with anything but 0, as it does when there is no

@@ -64,8 +64,18 @@ CUTF8String GetHandledText() {
     }
 }
 
-void Report(uint32_t id, const CUTF8FmtArgs& args) {
-    GetEventLog().Report(CEventMessage(id, kServiceCategory, args));
+CEventMessage MakeMessage(uint32_t id, CService& service) {
+    CEventMessage message(id, kServiceCategory);
+    message.args << service.GetDisplayName();
+    return message;
+}
+
+void Report(uint32_t id, CService& service) { GetEventLog().Report(MakeMessage(id, service)); }
+
+void Report(uint32_t id, CService& service, const CUTF8String& reason) {
+    CEventMessage message = MakeMessage(id, service);
+    message.args << reason;
+    GetEventLog().Report(message);
 }
 
 [[noreturn]] void RefuseSecondStart(const CPidFile& pidFile) {
@@ -79,7 +89,7 @@ void Report(uint32_t id, const CUTF8FmtArgs& args) {
 }
 
 [[noreturn]] void FailStart(CService& service, const CUTF8String& reason) {
-    Report(0xC1030004, CUTF8FmtArgs() << service.GetDisplayName() << reason);
+    Report(0xC1030004, service, reason);
     exit(kFailed);
 }
 
@@ -135,11 +145,11 @@ void GoIntoBackground(CService& service, const CPidFile& pidFile) {
 
 void RunToEnd(CService& service, const CPidFile& pidFile) {
     try {
-        Report(0x41030001, CUTF8FmtArgs() << service.GetDisplayName());
+        Report(0x41030001, service);
         service.Run();
-        Report(0x41030002, CUTF8FmtArgs() << service.GetDisplayName());
+        Report(0x41030002, service);
     } catch (...) {
-        Report(0xC1030005, CUTF8FmtArgs() << service.GetDisplayName() << GetHandledText());
+        Report(0xC1030005, service, GetHandledText());
         pidFile.Remove();
         exit(kFailed);
     }

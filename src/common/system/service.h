@@ -54,6 +54,7 @@ protected:
  * goes into the background with "/" as directory, no umask and a session of its own, and runs it.
  * With "-f" for its only argument the service stays in the foreground and writes no PID file. What
  * happens is in the event log. SIGTERM calls Stop, and does nothing after the return.
+ * `pidFileDirectory` ends with a slash.
  *
  * Returns 0 after Run, in the background process. The first process ends here: with exit(0) when
  * the service has been initialised and is about to run, with exit(2) when it could not be started,

@@ -30,7 +30,7 @@ private:
 };
 
 /** Listens at one path and gives each client a thread. */
-class CEchoService final : public CService {
+class CEchoService : public CService {
 public:
     explicit CEchoService(std::string path) : socketPath(std::move(path)) {}
 

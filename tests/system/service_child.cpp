@@ -121,7 +121,11 @@ private:
             {" interrupt the launcher", &Interrupt},
             {" start another", [] { dprintf(kReports, "status %d\n", system("/proc/$PPID/exe")); }},
             {" write a PID file", [] { CPidFile(GetPidFilePath()).Write(); }},
-            {" open files", [] { (dup(kReports), dup(kReports), dup(kReports)); }},
+            {" open files",
+             [] {
+                 while (fcntl(kReports, F_DUPFD, 0) < 2)
+                     ;
+             }},
             {" look", &Look},
         };
         dprintf(kReports, "%s\n", place.c_str());

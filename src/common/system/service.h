@@ -43,8 +43,8 @@ public:
      */
     virtual void Stop() = 0;
 
-protected:
-    ~CService() = default;
+    // Behind the others, which keep their places.
+    virtual ~CService() = default;
 };
 
 /**

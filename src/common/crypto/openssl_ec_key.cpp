@@ -71,7 +71,7 @@ CTHandle<EVP_PKEY> CreateEcParamsKey(const EC_GROUP* group) {
 
 CTHandle<EVP_PKEY> CreateEcKey(const EC_GROUP* group, const BIGNUM* privateKey,
                                const EC_POINT* publicKey) {
-    if (group == nullptr || privateKey == nullptr) {
+    if (group == nullptr || (privateKey == nullptr && publicKey == nullptr)) {
         // Kept: the name of another operation. Logs are matched on it.
         RAISE_INVALID("OpenSSLWrap::GetEcKey: invalid parameters.");
     }

@@ -233,7 +233,7 @@ int CreateKey(const char* type, int selection, OSSL_PARAM* parameters, CTHandle<
 /** A key of domain parameters only. */
 CTHandle<EVP_PKEY> CreateEcParamsKey(const EC_GROUP* group);
 
-/** An EC key; a null public point is computed. */
+/** An EC key. A null public point is computed, a null private key left out; not both are null. */
 CTHandle<EVP_PKEY> CreateEcKey(const EC_GROUP* group, const BIGNUM* privateKey,
                                const EC_POINT* publicKey = nullptr);
 

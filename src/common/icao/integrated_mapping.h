@@ -23,9 +23,9 @@ void PseudoRandomModP(CByteView s, CByteView t, bool isAes, const EVP_PKEY* key,
                       CTHandle<BIGNUM>& number);
 
 /**
- * The point that encodes `t`, a number modulo the prime, in constant steps. The prime must be 3
- * modulo 4; for others, as that of secp224r1, no point comes out and CICAOException is thrown with
- * no line but those of the failing call.
+ * The point that encodes `t`, a number modulo the prime. The prime must be 3 modulo 4; for others,
+ * as that of secp224r1, no point comes out and CICAOException is thrown with no line but those of
+ * the failing call.
  */
 void ProcessIntegratedMappingGenerator(const EC_GROUP* group, const BIGNUM* t,
                                        CTHandle<EC_POINT>& generator);

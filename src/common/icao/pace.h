@@ -18,6 +18,7 @@
 
 #include "asn1/zone_view.h"
 #include "crypto/openssl_handle.h"
+#include "icao/key_domain.h"
 #include "util/ct_zone.h"
 
 namespace icao {
@@ -48,9 +49,19 @@ void SetICCKeyECDH(const EVP_PKEY* ifdKey, const CByteZone& iccPublicKey,
                    CTHandle<EVP_PKEY>& iccKey);
 void SetICCKeyDH(const EVP_PKEY* ifdKey, const CByteZone& iccPublicKey, CTHandle<EVP_PKEY>& iccKey);
 
+/** The same on a domain alone. `own` is the terminal's public value, null when it has none yet. */
+void SetICCKeyECDH(const EC_GROUP* group, const EC_POINT* own, const CByteZone& iccPublicKey,
+                   CTHandle<EVP_PKEY>& iccKey);
+void SetICCKeyDH(const CDhDomain& domain, const BIGNUM* own, const BIGNUM* iccValue,
+                 CTHandle<EVP_PKEY>& iccKey);
+
 /** The shared point or number, which is wiped with its handle. */
 void DoKeyAgreement(const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey, CTHandle<EC_POINT>& shared);
 void DoKeyAgreement(const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey, CTHandle<BIGNUM>& shared);
+
+/** The same on the group of the terminal's key, for callers that have it at hand. */
+void DoKeyAgreement(const EC_GROUP* group, const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey,
+                    CTHandle<EC_POINT>& shared);
 
 /** The shared secret: the point's x coordinate at the field's width, or the number at the prime's.
  */

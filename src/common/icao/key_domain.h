@@ -1,0 +1,37 @@
+/**
+ * What the protocols need of keys besides their numbers: the group that a key calculates in, and
+ * whether it is a key at all.
+ */
+#pragma once
+
+#include "crypto/openssl_handle.h"
+#include "util/ct_zone.h"
+
+namespace icao {
+
+/** Whether a key has a private or a public part besides its domain parameters. */
+bool HasMoreThanParameters(const EVP_PKEY* key);
+
+/** The group of an EC key; null after a reported failure, as for keys of other kinds. */
+CTHandle<EC_GROUP> GetKeyGroup(const EVP_PKEY* key);
+
+/** A point of the group from its octets. Null, and nothing reported, when they are none. */
+CTHandle<EC_POINT> ReadPoint(const EC_GROUP* group, const CByteZone& octets);
+
+/** The public point of a key on that group; null after a reported failure. */
+CTHandle<EC_POINT> ReadPublicPoint(const EC_GROUP* group, const EVP_PKEY* key);
+
+/** The domain parameters of a DH key. */
+struct CDhDomain {
+    /** A member that the key lacks stays null; that p or g is lacking is reported. */
+    explicit CDhDomain(const EVP_PKEY* key);
+
+    bool IsComplete() const { return p && g; }
+    size_t GetWidth() const { return static_cast<size_t>(BN_num_bytes(p.Get())); }
+
+    CTHandle<BIGNUM> p;
+    CTHandle<BIGNUM> q;  // PKCS #3 has none
+    CTHandle<BIGNUM> g;
+};
+
+}  // namespace icao

@@ -15,7 +15,7 @@ using Key = CTHandle<EVP_PKEY>;
 
 struct CKeyKind {
     decltype(&icao::SetIFDKeyParametersECDH) setParameters;
-    decltype(&icao::GenerateIFDKeyECDH) generate;
+    void (*generate)(Key&, CByteZone&);
     void (*setIccKey)(const EVP_PKEY*, const CByteZone&, Key&);
     decltype(&icao::DoGenericMappingECDH) mapGeneric;
     decltype(&icao::DoIntegratedMappingECDH) mapIntegrated;

@@ -2,10 +2,16 @@
 #include "icao/integrated_mapping.h"
 #include "icao/object_ids.h"
 #include "icao/pace_sides.h"
+#include "support/child_process.h"
+#include "support/log_capture.h"
 #include "support/stanza_file.h"
 #include "support/string_print.h"
+#include "util/hex.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <map>
 
 using namespace icao;
 
@@ -212,5 +218,65 @@ TEST(Pace, SidesAgreeOnEveryDomain) {
                 EXPECT_EQ(icc.token, expected);
             }
         }
+    }
+}
+
+namespace {
+
+/** What each refusal left, by its name: lines without their numbers and OpenSSL's own words. */
+std::map<std::string, std::string> ReadRefusals(const CLogHome& home) {
+    std::map<std::string, std::string> left;
+    std::string* current = &left[""];
+    for (std::string line : home.Body()) {
+        line = line.rfind("1..", 0) == 0 ? line.substr(line.find_first_not_of("1. ")) : "";
+        line.resize(std::min({line.size(), line.find(" failed: "), line.find(", line ")}));
+        if (line[0] == '[') {
+            current = &left[line.substr(1, line.size() - 2)];
+        } else if (!line.empty()) {
+            *current += current->empty() ? line : "; " + line;
+        }
+    }
+    left.erase("");
+    return left;
+}
+
+}  // namespace
+
+TEST(Pace, RefusalsLeaveTheirWords) {
+    CLogHome home;
+    home.Run("pace_child", {});
+    auto left = ReadRefusals(home);
+    FOR_EACH_STANZA(row, ReadStanzas("icao/pace_refusals.txt")) {
+        const std::string name = row.Name().substr(0, row.Name().find(" ("));
+        EXPECT_EQ(left[name], row.Text("left_text"));
+        left.erase(name);
+    }
+    EXPECT_THAT(left, testing::IsEmpty());
+}
+
+/** The secrets of a published run, masked: in memory while it lasts, and none of them afterwards.
+ */
+TEST(Pace, WipesItsSecrets) {
+    if (kInstrumented) {
+        GTEST_SKIP() << "there is too much memory to be read";
+    }
+    FOR_EACH_STANZA(run, ReadSharedStanzas(kRuns[0])) {
+        std::vector<std::string> arguments;
+        for (const char* key : {"oid", "k_pi", "z", "ifd_map_private", "icc_map_public",
+                                "ifd_private", "icc_public"}) {
+            arguments.push_back(run.Text(key));
+        }
+        for (const char* key : {"s", "k", "k_enc", "k_mac", "h"}) {
+            CByteZone masked = run.Bytes(key);
+            masked.Erase(0, masked.GetSize() == 65 ? 1 : 0);
+            masked.Resize(std::min<size_t>(masked.GetSize(), 32));
+            std::for_each(masked.GetData(), masked.GetEnd(),
+                          [](unsigned char& byte) { byte ^= 0xFF; });
+            arguments.emplace_back(ToHex(masked).GetText());
+        }
+        CSettingsHome home;
+        CChildProcess child("pace_child", arguments, home.Environment());
+        EXPECT_EQ(child.ReadAll(), "11110 00000\n");
+        run.Skip();
     }
 }

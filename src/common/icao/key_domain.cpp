@@ -48,7 +48,9 @@ bool HasMoreThanParameters(const EVP_PKEY* key) {
 
 CTHandle<EC_GROUP> GetKeyGroup(const EVP_PKEY* key) {
     CTHandle<EC_GROUP> group;
-    CreateEcGroup(key, group);
+    if (key != nullptr) {
+        CreateEcGroup(key, group);
+    }
     return group;
 }
 

@@ -12,7 +12,7 @@ namespace icao {
 /** Whether a key has a private or a public part besides its domain parameters. */
 bool HasMoreThanParameters(const EVP_PKEY* key);
 
-/** The group of an EC key; null after a reported failure, as for keys of other kinds. */
+/** The group of an EC key; null for none, and after a reported failure for other kinds. */
 CTHandle<EC_GROUP> GetKeyGroup(const EVP_PKEY* key);
 
 /** A point of the group from its octets. Null, and nothing reported, when they are none. */

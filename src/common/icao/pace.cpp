@@ -144,8 +144,11 @@ void SetICCKeyDH(const EVP_PKEY* ifdKey, const CByteZone& iccPublicKey,
 
 void DoKeyAgreement(const EC_GROUP* group, const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey,
                     CTHandle<EC_POINT>& shared) {
+    if (ifdKey == nullptr || iccKey == nullptr) {
+        REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "DoKeyAgreement: invalid parameters.");
+    }
     CTHandle<BIGNUM> scalar;
-    if (GetKeyNumber(ifdKey, EKeyNumber::Priv, scalar) < 1) {
+    if (group == nullptr || GetKeyNumber(ifdKey, EKeyNumber::Priv, scalar) < 1) {
         RAISE(OPENSSL_FUNCTION_FAILED());
     }
     BN_set_flags(scalar.Get(), BN_FLG_CONSTTIME);
@@ -162,14 +165,7 @@ void DoKeyAgreement(const EC_GROUP* group, const EVP_PKEY* ifdKey, const EVP_PKE
 }
 
 void DoKeyAgreement(const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey, CTHandle<EC_POINT>& shared) {
-    if (ifdKey == nullptr || iccKey == nullptr) {
-        REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "DoKeyAgreement: invalid parameters.");
-    }
-    const auto group = GetKeyGroup(ifdKey);
-    if (!group) {
-        RAISE(OPENSSL_FUNCTION_FAILED());
-    }
-    DoKeyAgreement(group.Get(), ifdKey, iccKey, shared);
+    DoKeyAgreement(GetKeyGroup(ifdKey).Get(), ifdKey, iccKey, shared);
 }
 
 void DoKeyAgreement(const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey, CTHandle<BIGNUM>& shared) {
@@ -196,13 +192,7 @@ void DoKeyAgreement(const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey, CTHandle<BIG
 
 void ProcessSharedSecretECDH(const EVP_PKEY* ifdKey, const EVP_PKEY* iccPublicKey,
                              CSecureByteZone& secret) {
-    if (ifdKey == nullptr || iccPublicKey == nullptr) {
-        REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "DoKeyAgreement: invalid parameters.");
-    }
     const auto group = GetKeyGroup(ifdKey);
-    if (!group) {
-        RAISE(OPENSSL_FUNCTION_FAILED());
-    }
     CTHandle<EC_POINT> shared;
     DoKeyAgreement(group.Get(), ifdKey, iccPublicKey, shared);
     CByteZone x;

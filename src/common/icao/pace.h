@@ -59,7 +59,8 @@ void SetICCKeyDH(const CDhDomain& domain, const BIGNUM* own, const BIGNUM* iccVa
 void DoKeyAgreement(const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey, CTHandle<EC_POINT>& shared);
 void DoKeyAgreement(const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey, CTHandle<BIGNUM>& shared);
 
-/** The same on the group of the terminal's key, for callers that have it at hand. */
+/** The same with the group of the terminal's key, for callers that have it at hand; null is a
+ * failure that has been reported. */
 void DoKeyAgreement(const EC_GROUP* group, const EVP_PKEY* ifdKey, const EVP_PKEY* iccKey,
                     CTHandle<EC_POINT>& shared);
 

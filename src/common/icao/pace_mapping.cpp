@@ -73,9 +73,6 @@ void DoGenericMappingECDH(const CSecureByteZone& nonce, const EVP_PKEY* ifdKey,
         REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "DoGenericMapping: invalid parameters.");
     }
     const auto group = GetKeyGroup(ifdKey);
-    if (!group) {
-        RAISE(OPENSSL_FUNCTION_FAILED());
-    }
     CTHandle<EC_POINT> shared;
     DoKeyAgreement(group.Get(), ifdKey, iccKey, shared);
     const auto s = ToNumber(nonce);

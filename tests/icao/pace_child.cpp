@@ -1,0 +1,229 @@
+/**
+ * What has to be seen in a process of its own: what refusals leave in the log, and that no secret
+ * stays in memory.
+ */
+#include "icao/chip_authentication.h"
+#include "icao/icao_exception.h"
+#include "icao/integrated_mapping.h"
+#include "icao/object_ids.h"
+#include "icao/pace_sides.h"
+#include "support/child_process.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+
+using namespace icao;
+
+namespace {
+
+constexpr int kBrainpool256 = 13;
+
+CByteZone Hex(const char* digits) {
+    long size = 0;
+    unsigned char* const read = OPENSSL_hexstr2buf(digits, &size);
+    CByteZone bytes(read, static_cast<size_t>(size));
+    OPENSSL_free(read);
+    return bytes;
+}
+
+/** All that the refused calls are given. */
+struct CThings {
+    CThings() {
+        ifd = MakeKey(ec, CByteZone(1, 5), own);
+        ifdDh = MakeKey(dh, CByteZone(1, 5), ownDh);
+        SetICCKeyECDH(ifd.Get(), PointOf(7), icc);
+        icc224 = MakeKey(StandardParameters(10, true), CByteZone(1, 5), bytes);
+        noQ = OpenSSLWrap::CreateDhParamsKey(domain.p.Get(), nullptr, BN_value_one());
+        order = Own(BN_dup(EC_GROUP_get0_order(group.Get())));
+    }
+
+    CByteZone PointOf(unsigned char scalar) const {
+        return RaiseGenerator(ec, ToNumber(CByteZone(1, scalar)).Get());
+    }
+    /** The prime of the DH group, less or more by a small number. */
+    CByteZone NearPrime(int difference) const {
+        const auto near = Own(BN_dup(domain.p.Get()));
+        BN_add(near.Get(), near.Get(), OpenSSLWrap::IntToBignum(difference).Get());
+        return OpenSSLWrap::BignumToBuffer(near.Get(), 0);
+    }
+    /** The nonce that takes the mapped generator to the point at infinity. */
+    CSecureByteZone CancellingNonce() const {
+        BN_sub_word(order.Get(), 35);
+        return OpenSSLWrap::BignumToSecureBuffer(order.Get(), 0);
+    }
+
+    Key ec = StandardParameters(kBrainpool256, true), dh = StandardParameters(0, false);
+    const CTHandle<EC_GROUP> group = GetKeyGroup(ec.Get());
+    const CDhDomain domain = CDhDomain(dh.Get());
+    Key ifd, ifdDh, icc, icc224, noQ, out;
+    CByteZone own, ownDh, bytes;
+    CSecureByteZone nonce = CSecureByteZone(16, 1), secret;
+    CTHandle<BIGNUM> order, number;
+    CTHandle<EC_POINT> point;
+};
+
+/** Parameters from an info without an id of its own: "-" is none at all. */
+void SetFrom(bool isEcdh, const char* oid, const char* parameters, Key& key) {
+    CPACEDomainParameterInfo info;
+    auto algorithm = std::make_unique<CAlgorithmIdentifier>();
+    algorithm->algorithm =
+        std::make_unique<CObjectIdentifier>(CObjectIdentifierContent::DecodeData(Hex(oid)));
+    if (*parameters != '-') {
+        algorithm->parameters = std::make_unique<CByteZone>(Hex(parameters));
+    }
+    info.domainParameter = std::move(algorithm);
+    kKinds[isEcdh].setParameters(nullptr, &info, key);
+}
+constexpr char kStandardized[] = "04007F00070102";
+constexpr char kExplicit[] = "2A8648CE3D0201";
+
+enum EMissing { kNothing, kParameters, kBits, kKeyInfo, kProtocol };
+
+/** A chip's static key, without one of its parts or with bits that are none. */
+CChipAuthenticationPublicKeyInfo StaticKey(EPublicKeyType type, EMissing missing,
+                                           const char* bits = "00") {
+    CChipAuthenticationPublicKeyInfo info;
+    const uint32_t arcs[] = {0, 4, 0, 127, 0, 7, 2, 2, 1, type == id_PK_DH ? 1U : 2U};
+    const Key domain = StandardParameters(type == id_PK_DH ? 1 : kBrainpool256, type != id_PK_DH);
+    auto key = std::make_unique<CSubjectPublicKeyInfo>();
+    key->algorithm = std::make_unique<CAlgorithmIdentifier>();
+    key->algorithm->algorithm =
+        std::make_unique<CObjectIdentifier>(CObjectIdentifierContent::DecodeData(Hex(kExplicit)));
+    if (missing != kParameters) {
+        key->algorithm->parameters =
+            std::make_unique<CByteZone>(OpenSSLWrap::ParamsToDer(domain.Get()));
+    }
+    if (missing != kBits) {
+        key->subjectPublicKey = std::make_unique<CBitString>();
+        key->subjectPublicKey->bytes = Hex(bits);
+    }
+    if (missing != kKeyInfo) {
+        info.chipAuthenticationPublicKey = std::move(key);
+    }
+    if (missing != kProtocol) {
+        info.protocol = std::make_unique<CObjectIdentifier>(arcs, std::size(arcs));
+    }
+    return info;
+}
+
+using SetStatic = void (*)(const CChipAuthenticationPublicKeyInfo*, Key&);
+
+void WithStaticKey(SetStatic call, EPublicKeyType type, EMissing missing, const char* bits = "00") {
+    Key key;
+    const auto info = StaticKey(type, missing, bits);
+    call(&info, key);
+}
+
+template <void (*generate)(const CChipAuthenticationPublicKeyInfo*, Key&, CByteZone&)>
+void GenerateFor(const CChipAuthenticationPublicKeyInfo* info, Key& key) {
+    CByteZone publicKey;
+    generate(info, key, publicKey);
+}
+
+struct CRefusal {
+    const char* name;
+    void (*call)(CThings&);
+};
+
+#define REFUSED(name, ...)                                     \
+    {                                                          \
+        name, []([[maybe_unused]] CThings& x) { __VA_ARGS__; } \
+    }
+
+constexpr CRefusal kRefusals[] = {
+#include "pace_refusals.inc"
+};
+
+std::string OutcomeOf(const CRefusal& refusal, CThings& things) {
+    try {
+        refusal.call(things);
+        return "accepted";
+    } catch (const CICAOException& exception) {
+        return std::to_string(exception.GetErrorCode()) +
+               (exception.GetMessage().IsEmpty() ? "" : " with a text");
+    } catch (const OPENSSL_FUNCTION_FAILED&) {
+        return "OpenSSL";
+    } catch (const CException& exception) {
+        return "CException " + std::to_string(exception.GetErrorCode());
+    } catch (...) {
+        return "another exception";
+    }
+}
+
+void Refuse() {
+    CThings things;
+    for (const CRefusal& refusal : kRefusals) {
+        TraceString("[%s]", refusal.name);
+        TraceString("= %s", OutcomeOf(refusal, things).c_str());
+    }
+}
+
+/** In how many parts of the memory that can be written to the masked bytes stand. */
+size_t CountInMemory(const CByteZone& masked) {
+    static unsigned char part[1 << 16];
+    size_t found = 0;
+    std::ifstream maps("/proc/self/maps");
+    const int memory = open("/proc/self/mem", O_RDONLY);
+    off_t begin, end;
+    std::string rights, rest;
+    for (char dash; maps >> std::hex >> begin >> dash >> end >> rights && getline(maps, rest);) {
+        const auto step = static_cast<off_t>(sizeof(part) - masked.GetSize());
+        for (; rights[1] == 'w' && begin < end; begin += step) {
+            const size_t wanted = std::min<size_t>(sizeof(part), static_cast<size_t>(end - begin));
+            unsigned char* const last =
+                part + std::max<ssize_t>(pread(memory, part, wanted, begin), 0);
+            found += last != std::search(part, last, masked.begin(), masked.end(),
+                                         [](int byte, int mask) { return byte == (mask ^ 0xFF); });
+            OPENSSL_cleanse(part, sizeof(part));
+        }
+    }
+    close(memory);
+    return found;
+}
+
+/** Masked bytes in the order in which numbers lie in memory, and as they are sent. */
+size_t CountBothWays(CByteZone masked) {
+    const size_t found = CountInMemory(masked);
+    masked.Reverse();
+    return found + CountInMemory(masked);
+}
+
+/** A run on the values given; how often its secrets stand in memory before the end and after. */
+void Run(char** hex) {
+    enum { kOid, kNonceKey, kEncrypted, kMapScalar, kMapPeer, kScalar, kPeer, kMasked };
+    CByteZone sent, token;
+    {
+        CSecureByteZone nonce, secret, encKey, macKey;
+        const CByteZone key = Hex(hex[kNonceKey]);
+        DecryptNonce({key.GetData(), key.GetSize()}, true, Hex(hex[kEncrypted]), nonce);
+        Key peer, mapped,
+            own = MakeKey(StandardParameters(kBrainpool256, true), Hex(hex[kMapScalar]), sent);
+        SetICCKeyECDH(own.Get(), Hex(hex[kMapPeer]), peer);
+        DoGenericMappingECDH(nonce, own.Get(), peer.Get(), mapped);
+        own = MakeKey(mapped, Hex(hex[kScalar]), sent);
+        SetICCKeyECDH(own.Get(), Hex(hex[kPeer]), peer);
+        ProcessSharedSecretECDH(own.Get(), peer.Get(), secret);
+        DeriveKeys(secret, 128, encKey, macKey);
+        ComputeAuthenticationToken(CObjectIdentifierContent::DecodeData(Hex(hex[kOid])),
+                                   Hex(hex[kPeer]), macKey, token);
+        for (char** masked = hex + kMasked; *masked != nullptr; ++masked) {
+            std::cout << (CountBothWays(Hex(*masked)) > 0);
+        }
+    }
+    std::cout << ' ';
+    for (char** masked = hex + kMasked; *masked != nullptr; ++masked) {
+        std::cout << CountBothWays(Hex(*masked));
+    }
+    std::cout << '\n';
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    count == 1 ? Refuse() : Run(arguments + 1);
+    return 0;
+}

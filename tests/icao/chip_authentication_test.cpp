@@ -1,6 +1,5 @@
 #include "icao/chip_authentication.h"
 
-#include "crypto/key_parameters.h"
 #include "icao/pace_sides.h"
 #include "support/stanza_file.h"
 #include "support/string_print.h"
@@ -39,19 +38,6 @@ CChipAuthenticationPublicKeyInfo FindInfo(const CByteZone& dg14) {
         }
     }
     return {};
-}
-
-/** The same DH key for X9.42, which writes its q. */
-Key ToX942(const Key& key) {
-    const CDhDomain domain(key.Get());
-    CTHandle<BIGNUM> value;
-    OpenSSLWrap::GetKeyNumber(key.Get(), OpenSSLWrap::EKeyNumber::Pub, value);
-    CKeyParameters numbers;
-    numbers.Push("p", domain.p.Get());
-    numbers.Push("q", domain.q.Get());
-    numbers.Push("g", domain.g.Get());
-    numbers.Push("pub", value.Get());
-    return OpenSSLWrap::CreateKey("DHX", EVP_PKEY_PUBLIC_KEY, numbers.Build().Get());
 }
 
 CByteZone SubjectKeyOf(const Key& key) {
@@ -107,7 +93,8 @@ TEST(ChipAuthentication, SidesAgree) {
         CByteZone value, sent;
         kKinds[isEcdh].generate(chip, value);
         const auto info =
-            InfoOf(isEcdh ? 2 : 1, domain == 2 ? SubjectKeyOf(ToX942(chip)) : SubjectKeyOf(chip));
+            InfoOf(isEcdh ? 2 : 1, domain == 2 ? SubjectKeyOf(ToX942(chip, EVP_PKEY_PUBLIC_KEY))
+                                               : SubjectKeyOf(chip));
         if (isEcdh) {
             SetICCKeyECDH(&info, received);
             GenerateIFDKeyECDH(&info, own, sent);

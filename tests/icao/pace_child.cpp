@@ -37,6 +37,11 @@ struct CThings {
         ifdDh = MakeKey(dh, CByteZone(1, 5), ownDh);
         SetICCKeyECDH(ifd.Get(), PointOf(7), icc);
         icc224 = MakeKey(StandardParameters(10, true), CByteZone(1, 5), bytes);
+        Key peer, mapped;
+        tuned = MakeKey(StandardParameters(12, true), CByteZone(1, 5), bytes);
+        SetICCKeyECDH(tuned.Get(), GeneratorOf(tuned), peer);
+        DoGenericMappingECDH(nonce, tuned.Get(), peer.Get(), mapped);
+        tuned = MakeKey(mapped, CByteZone(1, 5), tunedOwn);
         noQ = OpenSSLWrap::CreateDhParamsKey(domain.p.Get(), nullptr, BN_value_one());
         order = Own(BN_dup(EC_GROUP_get0_order(group.Get())));
     }
@@ -59,27 +64,12 @@ struct CThings {
     Key ec = StandardParameters(kBrainpool256, true), dh = StandardParameters(0, false);
     const CTHandle<EC_GROUP> group = GetKeyGroup(ec.Get());
     const CDhDomain domain = CDhDomain(dh.Get());
-    Key ifd, ifdDh, icc, icc224, noQ, out;
-    CByteZone own, ownDh, bytes;
+    Key ifd, ifdDh, icc, icc224, tuned, noQ, out;
+    CByteZone own, ownDh, tunedOwn, bytes;
     CSecureByteZone nonce = CSecureByteZone(16, 1), secret;
     CTHandle<BIGNUM> order, number;
     CTHandle<EC_POINT> point;
 };
-
-/** Parameters from an info without an id of its own: "-" is none at all. */
-void SetFrom(bool isEcdh, const char* oid, const char* parameters, Key& key) {
-    CPACEDomainParameterInfo info;
-    auto algorithm = std::make_unique<CAlgorithmIdentifier>();
-    algorithm->algorithm =
-        std::make_unique<CObjectIdentifier>(CObjectIdentifierContent::DecodeData(Hex(oid)));
-    if (*parameters != '-') {
-        algorithm->parameters = std::make_unique<CByteZone>(Hex(parameters));
-    }
-    info.domainParameter = std::move(algorithm);
-    kKinds[isEcdh].setParameters(nullptr, &info, key);
-}
-constexpr char kStandardized[] = "04007F00070102";
-constexpr char kExplicit[] = "2A8648CE3D0201";
 
 enum EMissing { kNothing, kParameters, kBits, kKeyInfo, kProtocol };
 
@@ -91,8 +81,7 @@ CChipAuthenticationPublicKeyInfo StaticKey(EPublicKeyType type, EMissing missing
     const Key domain = StandardParameters(type == id_PK_DH ? 1 : kBrainpool256, type != id_PK_DH);
     auto key = std::make_unique<CSubjectPublicKeyInfo>();
     key->algorithm = std::make_unique<CAlgorithmIdentifier>();
-    key->algorithm->algorithm =
-        std::make_unique<CObjectIdentifier>(CObjectIdentifierContent::DecodeData(Hex(kExplicit)));
+    key->algorithm->algorithm = MakeOid(kEcPublicKeyOid);
     if (missing != kParameters) {
         key->algorithm->parameters =
             std::make_unique<CByteZone>(OpenSSLWrap::ParamsToDer(domain.Get()));

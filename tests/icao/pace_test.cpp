@@ -163,6 +163,33 @@ TEST(Pace, MatchesPublishedRuns) {
     }
 }
 
+/** By id, by an info with the id, and in full. */
+TEST(Pace, ReadsAnnouncedDomains) {
+    FOR_EACH_STANZA(row, ReadStanzas("icao/pace_domains.txt")) {
+        const auto id = static_cast<unsigned char>(row.Int("id_int"));
+        const bool isEcdh = id > 2;
+        const Key key = StandardParameters(id, isEcdh);
+        char name[32];
+        size_t size = 0;
+        EXPECT_EQ(EVP_PKEY_get_group_name(key.Get(), name, sizeof(name), &size), 1);
+        EXPECT_EQ(name, row.Text("name_text"));
+        const unsigned char integer[] = {2, 1, id};
+        CByteZone forms[] = {{integer, 3}, OpenSSLWrap::ParamsToDer(key.Get()), {}};
+        if (isEcdh) {
+            const auto group = GetKeyGroup(key.Get());
+            EC_GROUP_set_asn1_flag(group.Get(), OPENSSL_EC_EXPLICIT_CURVE);
+            forms[2] = OpenSSLWrap::GetCkaEcParams(group.Get());
+        } else {
+            forms[2] = OpenSSLWrap::ParamsToDer(ToX942(key, EVP_PKEY_KEY_PARAMETERS).Get());
+        }
+        for (const CByteZone& form : forms) {
+            Key read;
+            SetFrom(isEcdh, &form == forms ? kStandardizedOid : kEcPublicKeyOid, form, read);
+            EXPECT_EQ(EVP_PKEY_parameters_eq(read.Get(), key.Get()), 1);
+        }
+    }
+}
+
 TEST(KeyDerivation, MatchesPublishedKeys) {
     FOR_EACH_STANZA(row, ReadSharedStanzas("kdf.txt")) {
         const CByteZone secret = row.Bytes("secret");
@@ -210,6 +237,8 @@ TEST(Pace, SidesAgreeOnEveryDomain) {
                 }
                 variant.Kind().generate(mapped[0], sent[0]);
                 variant.Kind().generate(mapped[1], sent[1]);
+                // OpenSSL's own arithmetic says so too.
+                EXPECT_EQ(variant.isEcdh ? OpenSSLWrap::CheckKey(mapped[0].Get()) : 1, 1);
                 const CSession ifd(variant, mapped[0], sent[1]), icc(variant, mapped[1], sent[0]);
                 EXPECT_EQ(Plain(ifd.secret), Plain(icc.secret));
                 EXPECT_NE(ifd.token, icc.token);

@@ -12,8 +12,19 @@ namespace icao {
 /** Whether a key has a private or a public part besides its domain parameters. */
 bool HasMoreThanParameters(const EVP_PKEY* key);
 
-/** The group of an EC key; null for none, and after a reported failure for other kinds. */
+/**
+ * The group of an EC key; null for none, and after a reported failure for other kinds.
+ *
+ * On curves for which OpenSSL has arithmetic of their own, which it loses with a mapped generator,
+ * the group has it. Points of such a group and of others do not mix, so all points are read on it.
+ */
 CTHandle<EC_GROUP> GetKeyGroup(const EVP_PKEY* key);
+
+/** Whether calculations on the group above are much faster than those of OpenSSL on the key. */
+bool IsSlowerThanItsGroup(const EVP_PKEY* key);
+
+/** A key pair on the group; null after a reported failure. */
+CTHandle<EVP_PKEY> GenerateKey(const EC_GROUP* group);
 
 /** A point of the group from its octets. Null, and nothing reported, when they are none. */
 CTHandle<EC_POINT> ReadPoint(const EC_GROUP* group, const CByteZone& octets);

@@ -36,7 +36,12 @@ void GenerateIFDKeyECDH(CTHandle<EVP_PKEY>& key, CByteZone& publicKey) {
         REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "IFD key contains more than parameters only.");
     }
     CTHandle<EVP_PKEY> generated;
-    if (GenerateECKeyFromParametersKey(key.Get(), generated) < 1) {
+    if (IsSlowerThanItsGroup(key.Get())) {
+        generated = GenerateKey(GetKeyGroup(key.Get()).Get());
+    } else {
+        GenerateECKeyFromParametersKey(key.Get(), generated);
+    }
+    if (!generated) {
         RAISE(OPENSSL_FUNCTION_FAILED());
     }
     publicKey = GetEncodedPublicKey(generated.Get());

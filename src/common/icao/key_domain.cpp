@@ -55,55 +55,69 @@ constexpr CTunedCurve kTunedCurves[] = {
     {BN_get0_nist_prime_521, NID_secp521r1},
 };
 
-const CTunedCurve* FindTunedCurve(const BIGNUM* p) {
+bool IsNamed(const EVP_PKEY* key) {
+    size_t size = 0;
+    ERR_set_mark();
+    const int result =
+        EVP_PKEY_get_utf8_string_param(key, OSSL_PKEY_PARAM_GROUP_NAME, nullptr, 0, &size);
+    ERR_pop_to_mark();
+    return result == 1;
+}
+
+/** The curve whose arithmetic a key with explicit parameters may lack, or null. */
+const CTunedCurve* FindTunedCurve(const EVP_PKEY* key) {
+    const auto p = FindNumber(key, OSSL_PKEY_PARAM_EC_P);
     for (const CTunedCurve& curve : kTunedCurves) {
-        if (p != nullptr && BN_cmp(p, curve.prime()) == 0) {
-            return &curve;
+        if (p && BN_cmp(p.Get(), curve.prime()) == 0) {
+            return IsNamed(key) ? nullptr : &curve;
         }
     }
     return nullptr;
 }
 
-/** What a group is, besides its generator. */
-struct CCurve {
-    explicit CCurve(const EC_GROUP* group) : p(Own(BN_new())), a(Own(BN_new())), b(Own(BN_new())) {
-        order = EC_GROUP_get0_order(group);
-        cofactor = EC_GROUP_get0_cofactor(group);
-        isRead = p && a && b && order != nullptr && cofactor != nullptr &&
-                 EC_GROUP_get_curve(group, p.Get(), a.Get(), b.Get(), nullptr) == 1;
-    }
-    bool operator==(const CCurve& other) const {
-        return isRead && other.isRead && BN_cmp(p.Get(), other.p.Get()) == 0 &&
-               BN_cmp(a.Get(), other.a.Get()) == 0 && BN_cmp(b.Get(), other.b.Get()) == 0 &&
-               BN_cmp(order, other.order) == 0 && BN_cmp(cofactor, other.cofactor) == 0;
-    }
+bool IsNumber(const OSSL_PARAM* parameters, const char* name, const BIGNUM* expected) {
+    const OSSL_PARAM* const found = OSSL_PARAM_locate_const(parameters, name);
+    BIGNUM* read = nullptr;
+    const bool isRead = found != nullptr && OSSL_PARAM_get_BN(found, &read) == 1;
+    const auto number = Own(read);
+    return isRead && expected != nullptr && BN_cmp(number.Get(), expected) == 0;
+}
 
-    CTHandle<BIGNUM> p;
-    CTHandle<BIGNUM> a;
-    CTHandle<BIGNUM> b;
-    const BIGNUM* order;  // of the group
-    const BIGNUM* cofactor;
-    bool isRead;
-};
+/** Whether parameters describe a group, its generator aside. */
+bool IsCurveOf(const EC_GROUP* group, const OSSL_PARAM* parameters) {
+    const auto a = Own(BN_new());
+    const auto b = Own(BN_new());
+    return a && b && EC_GROUP_get_curve(group, nullptr, a.Get(), b.Get(), nullptr) == 1 &&
+           IsNumber(parameters, OSSL_PKEY_PARAM_EC_A, a.Get()) &&
+           IsNumber(parameters, OSSL_PKEY_PARAM_EC_B, b.Get()) &&
+           IsNumber(parameters, OSSL_PKEY_PARAM_EC_ORDER, EC_GROUP_get0_order(group)) &&
+           IsNumber(parameters, OSSL_PKEY_PARAM_EC_COFACTOR, EC_GROUP_get0_cofactor(group));
+}
 
-/** The same group with its curve's own arithmetic. Null, and nothing reported, if there is none. */
-CTHandle<EC_GROUP> Tune(const EC_GROUP* group) {
-    const CCurve curve(group);
-    const CTunedCurve* const found = FindTunedCurve(curve.p.Get());
-    if (found == nullptr || EC_GROUP_check_named_curve(group, 0, nullptr) > 0) {
+/** The named group with the generator of a key; null, and nothing reported, for other curves. */
+CTHandle<EC_GROUP> MakeTunedGroup(const CTunedCurve& curve, const EVP_PKEY* key) {
+    OSSL_PARAM* made = nullptr;
+    EVP_PKEY_todata(key, EVP_PKEY_KEY_PARAMETERS, &made);
+    const auto parameters = Own(made);
+    auto group = Own(EC_GROUP_new_by_curve_name(curve.id));
+    if (!parameters || !group || !IsCurveOf(group.Get(), parameters.Get())) {
         return {};
     }
-    auto tuned = Own(EC_GROUP_new_by_curve_name(found->id));
-    if (!tuned || !(CCurve(tuned.Get()) == curve)) {
+    const OSSL_PARAM* const found =
+        OSSL_PARAM_locate_const(parameters.Get(), OSSL_PKEY_PARAM_EC_GENERATOR);
+    const void* octets = nullptr;
+    size_t size = 0;
+    if (found == nullptr || OSSL_PARAM_get_octet_string_ptr(found, &octets, &size) != 1) {
         return {};
     }
-    const auto generator = ReadPoint(tuned.Get(), OpenSSLWrap::GetUncompressedEcPointData(
-                                                      group, EC_GROUP_get0_generator(group)));
+    const auto generator =
+        ReadPoint(group.Get(), CByteZone(static_cast<const unsigned char*>(octets), size));
     if (!generator ||
-        EC_GROUP_set_generator(tuned.Get(), generator.Get(), curve.order, curve.cofactor) != 1) {
+        EC_GROUP_set_generator(group.Get(), generator.Get(), EC_GROUP_get0_order(group.Get()),
+                               EC_GROUP_get0_cofactor(group.Get())) != 1) {
         return {};
     }
-    return tuned;
+    return group;
 }
 
 }  // namespace
@@ -114,22 +128,19 @@ bool HasMoreThanParameters(const EVP_PKEY* key) {
 
 CTHandle<EC_GROUP> GetKeyGroup(const EVP_PKEY* key) {
     CTHandle<EC_GROUP> group;
-    if (key != nullptr) {
+    if (key == nullptr) {
+        return group;
+    }
+    if (const CTunedCurve* const curve = FindTunedCurve(key)) {
+        group = MakeTunedGroup(*curve, key);
+    }
+    if (!group) {
         CreateEcGroup(key, group);
     }
-    auto tuned = group ? Tune(group.Get()) : CTHandle<EC_GROUP>();
-    return tuned ? std::move(tuned) : std::move(group);
+    return group;
 }
 
-bool IsSlowerThanItsGroup(const EVP_PKEY* key) {
-    const auto p = FindNumber(key, OSSL_PKEY_PARAM_EC_P);
-    size_t nameSize = 0;
-    ERR_set_mark();
-    const bool isNamed =
-        EVP_PKEY_get_utf8_string_param(key, OSSL_PKEY_PARAM_GROUP_NAME, nullptr, 0, &nameSize) == 1;
-    ERR_pop_to_mark();
-    return !isNamed && FindTunedCurve(p.Get()) != nullptr;
-}
+bool IsSlowerThanItsGroup(const EVP_PKEY* key) { return FindTunedCurve(key) != nullptr; }
 
 CTHandle<EVP_PKEY> GenerateKey(const EC_GROUP* group) {
     const BIGNUM* const order = EC_GROUP_get0_order(group);
@@ -146,6 +157,16 @@ CTHandle<EVP_PKEY> GenerateKey(const EC_GROUP* group) {
     } while (BN_is_zero(scalar.Get()));
     BN_set_flags(scalar.Get(), BN_FLG_CONSTTIME);
     return CreateEcKey(group, scalar.Get());
+}
+
+void MakeAffine(const EC_GROUP* group, EC_POINT* point) {
+    const auto x = OwnSecret(BN_new());
+    const auto y = OwnSecret(BN_new());
+    ERR_set_mark();
+    if (x && y && EC_POINT_get_affine_coordinates(group, point, x.Get(), y.Get(), nullptr) == 1) {
+        EC_POINT_set_affine_coordinates(group, point, x.Get(), y.Get(), nullptr);
+    }
+    ERR_pop_to_mark();
 }
 
 CTHandle<EC_POINT> ReadPoint(const EC_GROUP* group, const CByteZone& octets) {

@@ -26,6 +26,12 @@ bool IsSlowerThanItsGroup(const EVP_PKEY* key);
 /** A key pair on the group; null after a reported failure. */
 CTHandle<EVP_PKEY> GenerateKey(const EC_GROUP* group);
 
+/**
+ * Brings a point that was calculated into the form that OpenSSL goes on with fastest. The point
+ * stays the same, and so does its form when it has no other.
+ */
+void MakeAffine(const EC_GROUP* group, EC_POINT* point);
+
 /** A point of the group from its octets. Null, and nothing reported, when they are none. */
 CTHandle<EC_POINT> ReadPoint(const EC_GROUP* group, const CByteZone& octets);
 

@@ -75,6 +75,7 @@ void DoGenericMappingECDH(const CSecureByteZone& nonce, const EVP_PKEY* ifdKey,
     const auto group = GetKeyGroup(ifdKey);
     CTHandle<EC_POINT> shared;
     DoKeyAgreement(group.Get(), ifdKey, iccKey, shared);
+    MakeAffine(group.Get(), shared.Get());
     const auto s = ToNumber(nonce);
     const auto generator = OwnSecret(EC_POINT_new(group.Get()));
     if (!s || !generator ||
@@ -82,6 +83,7 @@ void DoGenericMappingECDH(const CSecureByteZone& nonce, const EVP_PKEY* ifdKey,
                      nullptr) != 1) {
         RAISE_OPENSSL("EC_POINT_mul");
     }
+    MakeAffine(group.Get(), generator.Get());
     CTHandle<EVP_PKEY> other;
     MapGenerator(group.Get(), generator.Get(), mappedKey, other);
 }

@@ -16,15 +16,6 @@ auto Decode(const CByteZone& der) {
     return Type::Decode(der, position);
 }
 
-/** The static key's info: the protocol and the DER of the key. */
-CChipAuthenticationPublicKeyInfo InfoOf(uint32_t type, const CByteZone& subjectKey) {
-    const uint32_t arcs[] = {0, 4, 0, 127, 0, 7, 2, 2, 1, type};
-    CChipAuthenticationPublicKeyInfo info;
-    info.protocol = std::make_unique<CObjectIdentifier>(arcs, std::size(arcs));
-    info.chipAuthenticationPublicKey = Decode<CSubjectPublicKeyInfoType>(subjectKey);
-    return info;
-}
-
 /** The info in data group 14. */
 CChipAuthenticationPublicKeyInfo FindInfo(const CByteZone& dg14) {
     size_t position = 0;
@@ -38,12 +29,6 @@ CChipAuthenticationPublicKeyInfo FindInfo(const CByteZone& dg14) {
         }
     }
     return {};
-}
-
-CByteZone SubjectKeyOf(const Key& key) {
-    CByteZone der;
-    OpenSSLWrap::ExportKey(key.Get(), "DER", EVP_PKEY_PUBLIC_KEY, "SubjectPublicKeyInfo", der);
-    return der;
 }
 
 }  // namespace
@@ -93,8 +78,7 @@ TEST(ChipAuthentication, SidesAgree) {
         CByteZone value, sent;
         kKinds[isEcdh].generate(chip, value);
         const auto info =
-            InfoOf(isEcdh ? 2 : 1, domain == 2 ? SubjectKeyOf(ToX942(chip, EVP_PKEY_PUBLIC_KEY))
-                                               : SubjectKeyOf(chip));
+            domain == 2 ? StaticKeyInfo(ToX942(chip, EVP_PKEY_PUBLIC_KEY)) : StaticKeyInfo(chip);
         if (isEcdh) {
             SetICCKeyECDH(&info, received);
             GenerateIFDKeyECDH(&info, own, sent);
@@ -123,6 +107,6 @@ TEST(ChipAuthentication, ReadsVariantsAndRsaKeys) {
     }
     Key rsa, read;
     OpenSSLWrap::GenerateRsaKey(1024, OpenSSLWrap::IntToBignum(65537).Get(), rsa);
-    GetSubjectPublicKey(Decode<CSubjectPublicKeyInfoType>(SubjectKeyOf(rsa)).get(), read);
+    GetSubjectPublicKey(StaticKeyInfo(rsa).chipAuthenticationPublicKey.get(), read);
     EXPECT_EQ(EVP_PKEY_eq(rsa.Get(), read.Get()), 1);
 }

@@ -76,26 +76,17 @@ enum EMissing { kNothing, kParameters, kBits, kKeyInfo, kProtocol };
 /** A chip's static key, without one of its parts or with bits that are none. */
 CChipAuthenticationPublicKeyInfo StaticKey(EPublicKeyType type, EMissing missing,
                                            const char* bits = "00") {
-    CChipAuthenticationPublicKeyInfo info;
-    const uint32_t arcs[] = {0, 4, 0, 127, 0, 7, 2, 2, 1, type == id_PK_DH ? 1U : 2U};
-    const Key domain = StandardParameters(type == id_PK_DH ? 1 : kBrainpool256, type != id_PK_DH);
-    auto key = std::make_unique<CSubjectPublicKeyInfo>();
-    key->algorithm = std::make_unique<CAlgorithmIdentifier>();
-    key->algorithm->algorithm = MakeOid(kEcPublicKeyOid);
-    if (missing != kParameters) {
-        key->algorithm->parameters =
-            std::make_unique<CByteZone>(OpenSSLWrap::ParamsToDer(domain.Get()));
-    }
-    if (missing != kBits) {
-        key->subjectPublicKey = std::make_unique<CBitString>();
-        key->subjectPublicKey->bytes = Hex(bits);
-    }
-    if (missing != kKeyInfo) {
-        info.chipAuthenticationPublicKey = std::move(key);
-    }
-    if (missing != kProtocol) {
-        info.protocol = std::make_unique<CObjectIdentifier>(arcs, std::size(arcs));
-    }
+    CByteZone value;
+    auto info = StaticKeyInfo(
+        MakeKey(StandardParameters(type == id_PK_DH ? 1 : kBrainpool256, type != id_PK_DH),
+                CByteZone(1, 5), value));
+    CSubjectPublicKeyInfo& key = *info.chipAuthenticationPublicKey;
+    key.subjectPublicKey->bytes = Hex(bits);
+    missing == kParameters ? key.algorithm->parameters.reset()
+    : missing == kBits     ? key.subjectPublicKey.reset()
+    : missing == kKeyInfo  ? info.chipAuthenticationPublicKey.reset()
+    : missing == kProtocol ? info.protocol.reset()
+                           : void();
     return info;
 }
 
@@ -174,40 +165,36 @@ size_t CountInMemory(const CByteZone& masked) {
     return found;
 }
 
-/** Masked bytes in the order in which numbers lie in memory, and as they are sent. */
-size_t CountBothWays(CByteZone masked) {
-    const size_t found = CountInMemory(masked);
-    masked.Reverse();
-    return found + CountInMemory(masked);
+/** How often each of the masked secrets stands in memory, in either order of its bytes. */
+void Count(char** secrets) {
+    for (; *secrets != nullptr; ++secrets) {
+        CByteZone masked = Hex(*secrets);
+        const size_t found = CountInMemory(masked);
+        masked.Reverse();
+        std::cout << (found + CountInMemory(masked) > 0);
+    }
+    std::cout << '\n';
 }
 
-/** A run on the values given; how often its secrets stand in memory before the end and after. */
+/** A run on the values given, and what stands in memory before its end and after. */
 void Run(char** hex) {
-    enum { kOid, kNonceKey, kEncrypted, kMapScalar, kMapPeer, kScalar, kPeer, kMasked };
-    CByteZone sent, token;
+    enum { kNonceKey, kEncrypted, kMapScalar, kMapPeer, kScalar, kPeer, kMasked };
     {
-        CSecureByteZone nonce, secret, encKey, macKey;
+        CByteZone sent;
         const CByteZone key = Hex(hex[kNonceKey]);
+        CSecureByteZone nonce, secret, encKey, macKey;
         DecryptNonce({key.GetData(), key.GetSize()}, true, Hex(hex[kEncrypted]), nonce);
-        Key peer, mapped,
-            own = MakeKey(StandardParameters(kBrainpool256, true), Hex(hex[kMapScalar]), sent);
+        Key peer, mapped;
+        Key own = MakeKey(StandardParameters(kBrainpool256, true), Hex(hex[kMapScalar]), sent);
         SetICCKeyECDH(own.Get(), Hex(hex[kMapPeer]), peer);
         DoGenericMappingECDH(nonce, own.Get(), peer.Get(), mapped);
         own = MakeKey(mapped, Hex(hex[kScalar]), sent);
         SetICCKeyECDH(own.Get(), Hex(hex[kPeer]), peer);
         ProcessSharedSecretECDH(own.Get(), peer.Get(), secret);
         DeriveKeys(secret, 128, encKey, macKey);
-        ComputeAuthenticationToken(CObjectIdentifierContent::DecodeData(Hex(hex[kOid])),
-                                   Hex(hex[kPeer]), macKey, token);
-        for (char** masked = hex + kMasked; *masked != nullptr; ++masked) {
-            std::cout << (CountBothWays(Hex(*masked)) > 0);
-        }
+        Count(hex + kMasked);
     }
-    std::cout << ' ';
-    for (char** masked = hex + kMasked; *masked != nullptr; ++masked) {
-        std::cout << CountBothWays(Hex(*masked));
-    }
-    std::cout << '\n';
+    Count(hex + kMasked);
 }
 
 }  // namespace

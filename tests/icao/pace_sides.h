@@ -44,8 +44,8 @@ inline Key StandardParameters(int domain, bool isEcdh) {
 
 /** A point of an EC key's group, or a number modulo the prime: the generator's power. */
 inline CByteZone RaiseGenerator(const Key& key, const BIGNUM* exponent) {
-    if (const icao::CDhDomain domain(OpenSSLWrap::IsDh(key.Get()) ? key.Get() : nullptr);
-        domain.IsComplete()) {
+    if (OpenSSLWrap::IsDh(key.Get())) {
+        const icao::CDhDomain domain(key.Get());
         const auto power = Own(BN_new());
         const auto context = Own(BN_CTX_new());
         BN_mod_exp(power.Get(), domain.g.Get(), exponent, domain.p.Get(), context.Get());
@@ -103,4 +103,17 @@ inline void SetFrom(bool isEcdh, const char* oid, const CByteZone& parameters, K
         info.domainParameter->parameters = std::make_unique<CByteZone>(parameters);
     }
     kKinds[isEcdh].setParameters(nullptr, &info, key);
+}
+
+/** A chip's static key as data group 14 has it. */
+inline icao::CChipAuthenticationPublicKeyInfo StaticKeyInfo(const Key& key) {
+    const uint32_t type = OpenSSLWrap::IsEc(key.Get()) ? 2 : 1;
+    const uint32_t arcs[] = {0, 4, 0, 127, 0, 7, 2, 2, 1, type};
+    icao::CChipAuthenticationPublicKeyInfo info;
+    info.protocol = std::make_unique<CObjectIdentifier>(arcs, std::size(arcs));
+    CByteZone der;
+    size_t position = 0;
+    OpenSSLWrap::ExportKey(key.Get(), "DER", EVP_PKEY_PUBLIC_KEY, "SubjectPublicKeyInfo", der);
+    info.chipAuthenticationPublicKey = icao::CSubjectPublicKeyInfoType::Decode(der, position);
+    return info;
 }

@@ -22,32 +22,32 @@ constexpr CConstantArcs kStandardizedDomainParameters = kBsiArcs<1, 2>;
 
 struct CPACERow {
     bool isEcdh;
-    EPACEMapping mapping;
     bool isAes;
+    EPACEMapping mapping;
     int keyBits;
 };
 
 // In the order of EPACEAlgo.
 constexpr CPACERow kPACERows[] = {
-    {false, kGenericMapping, false, 128},
-    {false, kGenericMapping, true, 128},
-    {false, kGenericMapping, true, 192},
-    {false, kGenericMapping, true, 256},
-    {false, kIntegratedMapping, false, 128},
-    {false, kIntegratedMapping, true, 128},
-    {false, kIntegratedMapping, true, 192},
-    {false, kIntegratedMapping, true, 256},
-    {true, kGenericMapping, false, 128},
-    {true, kGenericMapping, true, 128},
-    {true, kGenericMapping, true, 192},
-    {true, kGenericMapping, true, 256},
-    {true, kIntegratedMapping, false, 128},
-    {true, kIntegratedMapping, true, 128},
-    {true, kIntegratedMapping, true, 192},
-    {true, kIntegratedMapping, true, 256},
-    {true, kChipAuthenticationMapping, true, 128},
-    {true, kChipAuthenticationMapping, true, 192},
-    {true, kChipAuthenticationMapping, true, 256},
+    {false, false, kGenericMapping, 128},
+    {false, true, kGenericMapping, 128},
+    {false, true, kGenericMapping, 192},
+    {false, true, kGenericMapping, 256},
+    {false, false, kIntegratedMapping, 128},
+    {false, true, kIntegratedMapping, 128},
+    {false, true, kIntegratedMapping, 192},
+    {false, true, kIntegratedMapping, 256},
+    {true, false, kGenericMapping, 128},
+    {true, true, kGenericMapping, 128},
+    {true, true, kGenericMapping, 192},
+    {true, true, kGenericMapping, 256},
+    {true, false, kIntegratedMapping, 128},
+    {true, true, kIntegratedMapping, 128},
+    {true, true, kIntegratedMapping, 192},
+    {true, true, kIntegratedMapping, 256},
+    {true, true, kChipAuthenticationMapping, 128},
+    {true, true, kChipAuthenticationMapping, 192},
+    {true, true, kChipAuthenticationMapping, 256},
 };
 
 constexpr const char* kDhGroups[] = {"dh_1024_160", "dh_2048_224", "dh_2048_256"};

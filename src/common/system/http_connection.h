@@ -115,6 +115,19 @@ public:
      */
     bool RecvBlockWithCappedLength(CByteZone& out, size_t cap);
 
+    /**
+     * Moves the bytes up to a multipart boundary (RFC 2046, 5.1.1) to `out`, in which they replace
+     * what was there, and goes on behind the boundary. Its CR LF belongs to it except when it is
+     * the `first`. `boundary` has no dashes.
+     *
+     * Throws CHttpException "Invalid multipart data" when the data ends before, or for an empty
+     * boundary.
+     */
+    void RecvMultipartBlock(const CISOString& boundary, CByteZone& out, bool first);
+
+    /** The same for bytes that nobody wants: however many, they take no memory. */
+    void SkipMultipartBlock(const CISOString& boundary, bool first);
+
     /** Appends everything up to the end of the stream to `body`, which keeps what came on failure.
      */
     void RecvToEnd(CByteZone& body);
@@ -149,6 +162,7 @@ private:
     template <class Zone>
     void CollectLine(Zone& line);
     bool RecvBlock(CByteZone& out, size_t position);
+    void RecvMultipartBlock(const CISOString& boundary, CByteZone* out, bool first);
 
     // Sockets of failed attempts, open as long as the connection is.
     CTZone<int, false> abandoned;

@@ -164,7 +164,7 @@ bool CHttpConnection::RecvBlock(CByteZone& out, size_t position) {
 bool CHttpConnection::RecvBlockWithCappedLength(CByteZone& out, size_t cap) {
     const size_t unread = recvBuffer.GetSize() - recvPos;
     const size_t buffered = std::min(unread, cap);
-    out.Fill(cap, 0);
+    out.Resize(cap);
     std::copy_n(recvBuffer.GetData() + recvPos, buffered, out.GetData());
     recvPos += buffered;
     if (buffered == cap) {

@@ -53,9 +53,6 @@ CHttpStreamBuffer::int_type CHttpStreamBuffer::underflow() {
     if (gptr() < egptr()) {
         return traits_type::to_int_type(*gptr());
     }
-    if (std::exchange(unclosed, false)) {
-        FinishPart();
-    }
     if (finished) {
         return traits_type::eof();
     }
@@ -85,12 +82,13 @@ bool CHttpStreamBuffer::Receive() {
     return true;
 }
 
-/** Closes the part, all of whose bytes are in the window: they are read before a failure is met. */
+/** Closes the part, all of whose bytes are in the window. */
 void CHttpStreamBuffer::CloseReceived() {
     try {
         FinishPart();
     } catch (...) {
-        unclosed = true;
+        // It was traced. The part is whole, and would be lost to who reads it by a failure here.
+        finished = false;
     }
 }
 

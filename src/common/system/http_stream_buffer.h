@@ -34,17 +34,20 @@ public:
     /** How many bytes of the part have not been taken from the connection yet. */
     uint64_t GetRemaining() const { return contentLength - received; }
 
-    /** Whether the boundary behind the part has been read, or the data ended before it. */
+    /**
+     * Whether the boundary behind the part has been read, or the data ended within the part. When
+     * this is false behind the last byte, FinishPart reads the boundary, or tells what is wrong.
+     */
     bool IsFinished() const { return finished; }
 
     /**
      * Reads up to the end of the headers that follow the next boundary; the part is finished then.
      *
-     * Kept: reading does this when the block that completes a part was asked for with less than
-     * 100,000 bytes to go. Behind a part without bytes, or one that ends in a full block, the
-     * boundary is left to the next reader of the connection, unless it is read with this.
+     * Kept: reading does this itself, a failure aside, when the block that completes the part was
+     * asked for with less than 100,000 bytes to go. Behind a part that is empty or ends in a full
+     * block, the boundary is left in the connection, where readers look for it.
      *
-     * Throws CHttpException "Invalid multipart data" when there is no such boundary.
+     * Throws CHttpException "Invalid multipart data" when there is no boundary.
      */
     void FinishPart();
 
@@ -89,6 +92,4 @@ private:
 
     // Made on first use: a peer decides how many buffers there are.
     bool made = false;
-    // The part came but could not be closed: its bytes are read before that is seen.
-    bool unclosed = false;
 };

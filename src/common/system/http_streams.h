@@ -15,8 +15,8 @@
  * The destructor takes what was not read from the connection, so that the next part is in step; it
  * waits for the peer as reading would. `file << stream.rdbuf()` copies without a step between.
  *
- * A part whose bytes end early reads as a shorter one. When the connection fails, or no boundary
- * follows the part, badbit is set, behind the last byte that came.
+ * A part whose bytes end early reads as a shorter one; a connection that fails sets badbit. What
+ * follows the part does not show here: see CHttpStreamBuffer::IsFinished.
  */
 class CHttpIStream : public std::istream {
 public:

@@ -78,7 +78,7 @@ public:
 
     bool IsAlive() const { return connection->IsAlive(); }
 
-private:
+protected:
     std::shared_ptr<CHttpConnection> connection;
     // A copy: the connection closes it.
     int32_t socket = -1;

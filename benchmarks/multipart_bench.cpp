@@ -33,6 +33,9 @@ namespace {
 constexpr size_t kQuarter = size_t{256} << 20;
 constexpr size_t kGigabyte = size_t{1} << 30;
 
+// As long as those that curl makes; the peer takes none of a single character.
+#define BOUNDARY "------------------------d74496d66958873e"
+
 void Demand(bool met, const char* what) {
     if (!met) {
         perror(what);
@@ -43,21 +46,22 @@ void Demand(bool met, const char* what) {
 /** What goes ahead of the part's data and behind it. */
 struct CUpload {
     explicit CUpload(size_t partSize) : size(partSize) {
-        before =
-            "--b\r\nContent-Disposition: form-data; name=\"json\"\r\n\r\n"
-            "{\"nbData\": 1, \"data1\": " +
-            std::to_string(size) +
-            "}\r\n--b\r\nContent-Disposition: form-data; name=\"file\"; filename=\"f\"\r\n\r\n";
+        before = "--" BOUNDARY
+                 "\r\nContent-Disposition: form-data; name=\"json\"\r\n\r\n"
+                 "{\"nbData\": 1, \"data1\": " +
+                 std::to_string(size) +
+                 "}\r\n--" BOUNDARY
+                 "\r\nContent-Disposition: form-data; name=\"file\"; filename=\"f\"\r\n\r\n";
         head =
             "POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n"
-            "Content-Type: multipart/form-data; boundary=b\r\nContent-Length: " +
+            "Content-Type: multipart/form-data; boundary=" BOUNDARY "\r\nContent-Length: " +
             std::to_string(before.size() + size + after.size()) + "\r\n\r\n";
     }
 
     size_t GetTotal() const { return head.size() + before.size() + size + after.size(); }
 
     size_t size;
-    std::string head, before, after = "\r\n--b--\r\n";
+    std::string head, before, after = "\r\n--" BOUNDARY "--\r\n";
 };
 
 void SendAll(int socket, const char* data, size_t size) {
@@ -162,7 +166,7 @@ size_t ReadHead(CHttpServerConnection& connection) {
 void Receive(int peer, const CUpload& upload) {
     const auto connection = std::make_shared<CHttpServerConnection>(peer);
     ReadHead(*connection);
-    CHttpMultipartReader reader(connection, "b");
+    CHttpMultipartReader reader(connection, BOUNDARY);
     CCounter counter;
     std::ostream(&counter) << reader.GetParts()[0].stream->rdbuf();
     CheckSize(counter.count, upload.size);
@@ -187,7 +191,7 @@ void OursRead(benchmark::State& state) {
         const CSender sender(upload, listener.Port());
         const auto connection = std::make_shared<CHttpServerConnection>(listener.Accept());
         ReadHead(*connection);
-        CHttpMultipartReader reader(connection, "b");
+        CHttpMultipartReader reader(connection, BOUNDARY);
         CHttpIStream& stream = *reader.GetParts()[0].stream;
         size_t count = 0;
         do {

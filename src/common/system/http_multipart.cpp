@@ -67,7 +67,8 @@ void CHttpMultipartReader::ReadDescription(const CByteZone& description) {
     }
     for (const int64_t length : ReadLengths(*value, static_cast<size_t>(count))) {
         const auto size = static_cast<uint64_t>(length);
-        auto buffer = std::make_unique<CHttpStreamBuffer>(connection);
-        parts.Append({std::make_unique<CHttpIStream>(std::move(buffer), boundary, size), size});
+        auto stream = std::make_unique<CHttpIStream>(
+            std::make_unique<CHttpStreamBuffer>(connection), boundary, size);
+        parts.Append({std::move(stream), size});
     }
 }

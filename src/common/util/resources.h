@@ -47,10 +47,6 @@ public:
 
 private:
     struct CArchive;
-    struct CExtraction;
-
-    bool Unpack(CArchive& archive, unsigned index, CExtraction& extraction, CByteZone& out);
-    CExtraction Find(const char* name, CByteZone& out);
 
     // A reader works on its blob, so a blob lives as long as its reader.
     std::vector<std::unique_ptr<CArchive>> archives;

@@ -28,7 +28,7 @@ public:
     /**
      * The names of the files that the first server that answers has for a client. Servers that
      * cannot be reached, or whose answer breaks off, are passed over; any status is an answer. None
-     * when no server answers, or the answer is no JSON array. Throws nothing but std::bad_alloc.
+     * when no server answers, or the answer is no JSON array. Throws nothing.
      *
      * The server that answered is the one that the downloads after it ask.
      */
@@ -46,7 +46,7 @@ public:
 
     /**
      * Fetches a file as text, its bytes as they are; true when it came and is not empty. Throws
-     * nothing but std::bad_alloc.
+     * nothing.
      *
      * Kept: the text takes the place of the target directory: GetTarget gives it, and a later
      * DownloadFile would store below a directory of that name.
@@ -67,10 +67,9 @@ public:
     uint64_t GetCurrentUrl() const noexcept { return currentUrl; }
 
 private:
-    CISOString ListUrl(const CISOString& base, const CISOString& pattern, const CISOString& version,
-                       int16_t clientId) const;
-    CISOString FileUrl(const CISOString& name, int16_t clientId) const;
-    void Store(const CISOString& name, const CByteZone& content) const;
+    CISOString GetListUrl(const CISOString& base, const CISOString& pattern,
+                          const CISOString& version, int16_t clientId) const;
+    CISOString GetFileUrl(const CISOString& name, int16_t clientId) const;
 
     CTStringList<CISOString> urls;
     uint64_t currentUrl = 0;

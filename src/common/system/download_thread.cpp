@@ -65,7 +65,7 @@ int32_t DownloadThread::Run() {
 }
 
 void DownloadThread::Download() {
-    TraceString("Downloading file url = %s", url.GetText());
+    TraceString("Downloading file url = %s", CUTF8String(url).GetText());
     const auto response = GetUrl(CHttpsConnectionFactory(), url, false, true);
     if (response->GetStatus() != 200) {
         TraceString("WARNING got HTTP status %d while downloading file", response->GetStatus());
@@ -75,5 +75,5 @@ void DownloadThread::Download() {
     const CISOString path = directory + "/" + fileName;
     WriteFileBytes(path.GetText(), response->GetBody());
     // Kept: so spelt, and also when the file could not be opened. Logs are matched on these words.
-    TraceString("Successfully dowloaded file %s", fileName.GetText());
+    TraceString("Successfully dowloaded file %s", CUTF8String(fileName).GetText());
 }

@@ -64,7 +64,8 @@ bool StaysInside(const CUTF8String& name) {
 }
 
 void TraceRefused(const CISOString& url, int32_t status) {
-    TraceString("Error downloading: %s, status %s", url.GetText(), FromNumber(status).GetText());
+    TraceString("Error downloading: %s, status %s", CUTF8String(url).GetText(),
+                FromNumber(status).GetText());
 }
 
 /** Takes a thread that may still run while the process ends: it is never destroyed. */
@@ -93,7 +94,7 @@ CTStringList<CISOString> Downloader::ListFiles(const CISOString& pattern, const 
     for (size_t i = 0; i < urls.GetCount(); ++i) {
         try {
             const CISOString url = GetListUrl(urls[i], pattern, version, clientId);
-            TraceString("Asking update server: %s", url.GetText());
+            TraceString("Asking update server: %s", CUTF8String(url).GetText());
             const auto response = Fetch(url);
             if (response->GetStatus() == kStatusOk) {
                 AppendFileNames(response->GetBody(), names);
@@ -114,7 +115,7 @@ void Downloader::DownloadFile(const CISOString& name, int16_t clientId) {
         return;
     }
     const CISOString url = GetFileUrl(name, clientId);
-    TraceString("Downloading: %s", url.GetText());
+    TraceString("Downloading: %s", CUTF8String(url).GetText());
     const auto response = Fetch(url);
     if (response->GetStatus() != kStatusOk) {
         TraceRefused(url, response->GetStatus());
@@ -132,7 +133,7 @@ bool Downloader::DownloadToString(const CISOString& name, int16_t clientId) {
         return false;
     }
     const CISOString url = GetFileUrl(name, clientId);
-    TraceString("Downloading: %s", url.GetText());
+    TraceString("Downloading: %s", CUTF8String(url).GetText());
     try {
         const auto response = Fetch(url);
         if (response->GetStatus() == kStatusOk) {
@@ -143,20 +144,21 @@ bool Downloader::DownloadToString(const CISOString& name, int16_t clientId) {
         }
         TraceRefused(url, response->GetStatus());
     } catch (...) {
-        TraceString("Error downloading: %s", url.GetText());
+        TraceString("Error downloading: %s", CUTF8String(url).GetText());
     }
     return false;
 }
 
 void Downloader::DownloadLanguageIfNeeded() {
-    const char* const language = GetPreferredLanguage();
-    TraceString("GetPreferredLanguage: %s", language);
-    if (FindLanguageFile(language).exists) {
+    const char* const code = GetPreferredLanguage();
+    const CISOString language(code, -1);
+    TraceString("GetPreferredLanguage: %s", CUTF8String(language).GetText());
+    if (FindLanguageFile(code).exists) {
         return;
     }
     DownloadThread& thread = Keep(std::make_unique<DownloadThread>(
-        supportUrl + CISOString(language, -1) + "/" + GetVersionString(),
-        CISOString(GetLanguageDir(), -1), GetLanguageFileName(language)));
+        supportUrl + language + "/" + GetVersionString(), CISOString(GetLanguageDir(), -1),
+        GetLanguageFileName(code)));
     thread.onFinished = [] {
         // Nobody waits for the thread.
         pthread_detach(pthread_self());

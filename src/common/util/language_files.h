@@ -37,7 +37,7 @@ CCriticalSection& GetLanguageLock();
 
 /**
  * The code of the language that the environment asks for: the first two characters of LANG, the one
- * that there is, or "en" without any. There need not be texts for it.
+ * that there is, or "en" without any, in ISO 8859-1. There need not be texts for it.
  */
 const char* GetPreferredLanguage();
 

@@ -56,15 +56,27 @@ CUTF8String CLanguage::operator[](const char* key) {
         FailAssertion("m_jsonLang != NULL", "../../src/common/util/language", __LINE__,
                       "CUTF8String CLanguage::operator[](const char*)");
     }
-    const CJSValue* value = m_jsonLang.get();
-    for (const CISOString& item : CISOString(key).Split(".")) {
-        value = value->GetByKey(item.GetText());
+    auto entry = known.find(key);
+    if (entry == known.end()) {
+        const CJSValue* const value = Find(key);
         if (value == kJSNull) {
             TraceString("CLanguage: no string found for key : %s", key);
             return "Undefined";
         }
+        entry = known.emplace(key, value).first;
     }
-    return value->GetString();
+    return entry->second->GetString();
+}
+
+const CJSValue* CLanguage::Find(const char* key) const {
+    const CJSValue* value = m_jsonLang.get();
+    for (const CISOString& item : CISOString(key).Split(".")) {
+        value = value->GetByKey(item.GetText());
+        if (value == kJSNull) {
+            break;
+        }
+    }
+    return value;
 }
 
 CLanguage& GetLanguage() {

@@ -9,6 +9,9 @@
 #include "util/ct_string.h"
 #include "util/js_value.h"
 
+#include <string>
+#include <unordered_map>
+
 /** The texts of one language. Any thread may look up at any time. */
 class CLanguage {
 public:
@@ -28,7 +31,12 @@ public:
     CUTF8String operator[](const char* key);
 
 private:
+    const CJSValue* Find(const char* key) const;
+
     CJSValuePtr m_jsonLang;
+
+    // The keys that were found already: sections are searched entry by entry.
+    std::unordered_map<std::string, const CJSValue*> known;
 };
 
 /**

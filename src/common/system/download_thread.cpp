@@ -36,7 +36,8 @@ __attribute__((format(printf, 1, 0))) void TraceFailure(const char* format,
 bool WriteFileBytes(const char* path, const CByteZone& content) {
     std::unique_ptr<FILE, CFileCloser> file(fopen(path, "wbe"));
     return file != nullptr &&
-           fwrite(content.GetData(), 1, content.GetSize(), file.get()) == content.GetSize() &&
+           (content.IsEmpty() ||
+            fwrite(content.GetData(), 1, content.GetSize(), file.get()) == content.GetSize()) &&
            fclose(file.release()) == 0;
 }
 

@@ -2,6 +2,7 @@
 
 #include "system/config_parser.h"
 #include "util/byte_search.h"
+#include "util/file_handle.h"
 #include "util/numbers.h"
 
 #include <errno.h>
@@ -16,10 +17,6 @@
 #include <utility>
 
 namespace {
-
-struct CFileCloser {
-    void operator()(FILE* file) const { fclose(file); }
-};
 
 std::string ReadFile(const char* path) {
     std::string text;
@@ -214,7 +211,7 @@ bool CConfig::Remove(const CUTF8String& key) {
 
 bool CConfig::Save() const {
     const CUTF8String text = ToText(*root, 0);
-    std::unique_ptr<FILE, CFileCloser> file(fopen(root->path.GetText(), "we"));
+    CFileHandle file(fopen(root->path.GetText(), "we"));
     if (!file) {
         return false;
     }

@@ -3,18 +3,14 @@
 #include "system/http_errors.h"
 #include "system/http_requests.h"
 #include "system/https.h"
+#include "util/file_handle.h"
 #include <qorvs/trace.h>
 
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <string>
 
 namespace {
-
-struct CFileCloser {
-    void operator()(FILE* file) const { fclose(file); }
-};
 
 /** Makes a directory and those above it; what is there already is left alone. */
 void MakeDirectories(const std::string& path) {
@@ -34,7 +30,7 @@ __attribute__((format(printf, 1, 0))) void TraceFailure(const char* format,
 }  // namespace
 
 bool WriteFileBytes(const char* path, const CByteZone& content) {
-    std::unique_ptr<FILE, CFileCloser> file(fopen(path, "wbe"));
+    CFileHandle file(fopen(path, "wbe"));
     return file != nullptr &&
            (content.IsEmpty() ||
             fwrite(content.GetData(), 1, content.GetSize(), file.get()) == content.GetSize()) &&

@@ -1,12 +1,12 @@
 #include "util/resources.h"
 
 #include "system/product.h"
+#include "util/file_handle.h"
 #include <qorvs/trace_scope.h>
 
 #include <miniz.h>
 
 #include <atomic>
-#include <cstdio>
 #include <new>
 #include <string>
 
@@ -26,10 +26,6 @@ bool IsAbsurd(const mz_zip_archive_file_stat& statistics, uint64_t archiveSize) 
            (statistics.m_uncomp_size > kHarmlessSize &&
             statistics.m_uncomp_size / kLargestRatio > statistics.m_comp_size);
 }
-
-struct CFileCloser {
-    void operator()(FILE* file) const { fclose(file); }
-};
 
 }  // namespace
 
@@ -150,7 +146,7 @@ CResManager& GetResManager() {
 }
 
 CByteZone ReadFileBytes(const char* path) {
-    const std::unique_ptr<FILE, CFileCloser> file(fopen(path, "rbe"));
+    const CFileHandle file(fopen(path, "rbe"));
     CByteZone content;
     unsigned char piece[16384];
     while (file != nullptr) {

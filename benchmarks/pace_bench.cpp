@@ -1,6 +1,7 @@
 /**
  * The terminal's side of PACE, ECDH with generic mapping and AES-128: ours, OpenPACE's, and a floor
- * that calls OpenSSL for no more than the protocol cannot do without. The chip's answers lie ready.
+ * that calls OpenSSL for no more than steps from key to key cannot do without. The chip's answers
+ * lie ready.
  */
 #include "icao/authentication_token.h"
 #include "icao/key_derivation.h"
@@ -99,26 +100,149 @@ void DecryptNonce(const unsigned char* key, const CByteZone& encrypted, unsigned
     Require(EVP_DecryptUpdate(context.Get(), nonce, &size, encrypted.GetData(), 16) == 1);
 }
 
-CTHandle<EC_POINT> ReadPoint(const EC_GROUP* group, const CByteZone& octets) {
-    auto point = Own(EC_POINT_new(group));
-    Require(EC_POINT_oct2point(group, point.Get(), octets.GetData(), octets.GetSize(), nullptr) ==
-            1);
+/**
+ * Keys of a known curve, with its generator or a mapped one. The steps of the protocol take and
+ * give keys, so a step begins with the group of a key and ends with a key of a group.
+ */
+class CFloorCurve {
+public:
+    explicit CFloorCurve(int domain)
+        : curve(EC_GROUP_get_curve_name(GetECDHCurveFromStandardizedParameter(domain).Get())) {}
+
+    CTHandle<EVP_PKEY> MakeNamed() const {
+        char name[64];
+        strcpy(name, OSSL_EC_curve_nid2name(curve));
+        OSSL_PARAM parameters[] = {
+            OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, name, 0),
+            OSSL_PARAM_construct_end()};
+        return Make(EVP_PKEY_KEY_PARAMETERS, parameters);
+    }
+
+    /** A key with explicit parameters; with a point it is more than parameters. */
+    CTHandle<EVP_PKEY> MakeMapped(const EC_GROUP* group, const BIGNUM* scalar = nullptr,
+                                  const EC_POINT* point = nullptr) const {
+        unsigned char generator[256], publicKey[256];
+        const auto p = Own(BN_new()), a = Own(BN_new()), b = Own(BN_new());
+        EC_GROUP_get_curve(group, p.Get(), a.Get(), b.Get(), nullptr);
+        const auto list = Own(OSSL_PARAM_BLD_new());
+        OSSL_PARAM_BLD_push_utf8_string(list.Get(), OSSL_PKEY_PARAM_EC_ENCODING,
+                                        OSSL_PKEY_EC_ENCODING_EXPLICIT, 0);
+        OSSL_PARAM_BLD_push_utf8_string(list.Get(), OSSL_PKEY_PARAM_EC_FIELD_TYPE, "prime-field",
+                                        0);
+        OSSL_PARAM_BLD_push_BN(list.Get(), OSSL_PKEY_PARAM_EC_P, p.Get());
+        OSSL_PARAM_BLD_push_BN(list.Get(), OSSL_PKEY_PARAM_EC_A, a.Get());
+        OSSL_PARAM_BLD_push_BN(list.Get(), OSSL_PKEY_PARAM_EC_B, b.Get());
+        OSSL_PARAM_BLD_push_BN(list.Get(), OSSL_PKEY_PARAM_EC_ORDER, EC_GROUP_get0_order(group));
+        OSSL_PARAM_BLD_push_BN(list.Get(), OSSL_PKEY_PARAM_EC_COFACTOR,
+                               EC_GROUP_get0_cofactor(group));
+        OSSL_PARAM_BLD_push_octet_string(list.Get(), OSSL_PKEY_PARAM_EC_GENERATOR, generator,
+                                         Write(group, EC_GROUP_get0_generator(group), generator));
+        if (point != nullptr) {
+            OSSL_PARAM_BLD_push_octet_string(list.Get(), OSSL_PKEY_PARAM_PUB_KEY, publicKey,
+                                             Write(group, point, publicKey));
+        }
+        if (scalar != nullptr) {
+            OSSL_PARAM_BLD_push_BN(list.Get(), OSSL_PKEY_PARAM_PRIV_KEY, scalar);
+        }
+        const auto parameters = Own(OSSL_PARAM_BLD_to_param(list.Get()));
+        return Make(point != nullptr ? EVP_PKEY_KEYPAIR : EVP_PKEY_KEY_PARAMETERS,
+                    parameters.Get());
+    }
+
+    CTHandle<EVP_PKEY> MakePublic(const EVP_PKEY* domain, unsigned char* octets,
+                                  size_t size) const {
+        OSSL_PARAM* made = nullptr;
+        Require(EVP_PKEY_todata(domain, EVP_PKEY_KEY_PARAMETERS, &made) == 1);
+        const auto parameters = Own(made);
+        const OSSL_PARAM number[] = {
+            OSSL_PARAM_construct_octet_string(OSSL_PKEY_PARAM_PUB_KEY, octets, size),
+            OSSL_PARAM_construct_end()};
+        const auto merged = Own(OSSL_PARAM_merge(parameters.Get(), number));
+        return Make(EVP_PKEY_PUBLIC_KEY, merged.Get());
+    }
+
+    /** With the curve's own arithmetic, whatever the generator of the key is. */
+    CTHandle<EC_GROUP> GetGroup(const EVP_PKEY* key, bool isMapped) const {
+        auto group = Own(EC_GROUP_new_by_curve_name(curve));
+        if (isMapped) {
+            const auto generator = ReadPoint(group.Get(), key, OSSL_PKEY_PARAM_EC_GENERATOR);
+            EC_GROUP_set_generator(group.Get(), generator.Get(), EC_GROUP_get0_order(group.Get()),
+                                   EC_GROUP_get0_cofactor(group.Get()));
+        }
+        return group;
+    }
+
+    static CTHandle<EC_POINT> ReadPoint(const EC_GROUP* group, const EVP_PKEY* key,
+                                        const char* name) {
+        unsigned char octets[256];
+        size_t size = 0;
+        auto point = Own(EC_POINT_new(group));
+        Require(EVP_PKEY_get_octet_string_param(key, name, octets, sizeof(octets), &size) == 1 &&
+                EC_POINT_oct2point(group, point.Get(), octets, size, nullptr) == 1);
+        return point;
+    }
+    static size_t Write(const EC_GROUP* group, const EC_POINT* point, unsigned char* octets) {
+        return EC_POINT_point2oct(group, point, POINT_CONVERSION_UNCOMPRESSED, octets, 256,
+                                  nullptr);
+    }
+
+private:
+    static CTHandle<EVP_PKEY> Make(int selection, OSSL_PARAM* parameters) {
+        const auto context = Own(EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr));
+        EVP_PKEY* key = nullptr;
+        Require(EVP_PKEY_fromdata_init(context.Get()) == 1 &&
+                EVP_PKEY_fromdata(context.Get(), &key, selection, parameters) == 1);
+        return Own(key);
+    }
+
+    const int curve;
+};
+
+/** The chip's public value as a key; it must not be the terminal's own. */
+CTHandle<EVP_PKEY> TakePublic(const CFloorCurve& curve, const EVP_PKEY* own, bool isMapped,
+                              CByteZone octets) {
+    const auto group = curve.GetGroup(own, isMapped);
+    const auto point = Own(EC_POINT_new(group.Get()));
+    Require(EC_POINT_oct2point(group.Get(), point.Get(), octets.GetData(), octets.GetSize(),
+                               nullptr) == 1);
+    const auto ownPoint = CFloorCurve::ReadPoint(group.Get(), own, OSSL_PKEY_PARAM_PUB_KEY);
+    Require(EC_POINT_cmp(group.Get(), point.Get(), ownPoint.Get(), nullptr) == 1);
+    return curve.MakePublic(own, octets.GetData(), octets.GetSize());
+}
+
+CTHandle<EC_POINT> Agree(const EC_GROUP* group, const EVP_PKEY* own, const EVP_PKEY* peer) {
+    BIGNUM* read = nullptr;
+    Require(EVP_PKEY_get_bn_param(own, OSSL_PKEY_PARAM_PRIV_KEY, &read) == 1);
+    const auto scalar = OwnSecret(read);
+    BN_set_flags(scalar.Get(), BN_FLG_CONSTTIME);
+    auto point = CFloorCurve::ReadPoint(group, peer, OSSL_PKEY_PARAM_PUB_KEY);
+    Require(EC_POINT_mul(group, point.Get(), nullptr, point.Get(), scalar.Get(), nullptr) == 1);
     return point;
 }
 
-/** A private number and its point, which a terminal sends. */
-struct CFloorKey {
-    explicit CFloorKey(const EC_GROUP* group) {
-        Require(BN_priv_rand_range(scalar.Get(), EC_GROUP_get0_order(group)) == 1);
-        const auto point = Own(EC_POINT_new(group));
-        Require(EC_POINT_mul(group, point.Get(), scalar.Get(), nullptr, nullptr, nullptr) == 1);
-        size = EC_POINT_point2oct(group, point.Get(), POINT_CONVERSION_UNCOMPRESSED, sent,
-                                  sizeof(sent), nullptr);
-    }
-    CTHandle<BIGNUM> scalar = Own(BN_secure_new());
-    unsigned char sent[256];
-    size_t size;
-};
+CTHandle<EVP_PKEY> GenerateMapped(const CFloorCurve& curve, const EVP_PKEY* parameters,
+                                  unsigned char* sent, size_t& size) {
+    const auto group = curve.GetGroup(parameters, true);
+    const auto scalar = OwnSecret(BN_secure_new());
+    const auto point = Own(EC_POINT_new(group.Get()));
+    Require(BN_priv_rand_range(scalar.Get(), EC_GROUP_get0_order(group.Get())) == 1 &&
+            EC_POINT_mul(group.Get(), point.Get(), scalar.Get(), nullptr, nullptr, nullptr) == 1);
+    size = CFloorCurve::Write(group.Get(), point.Get(), sent);
+    return curve.MakeMapped(group.Get(), scalar.Get(), point.Get());
+}
+
+CTHandle<EVP_PKEY> Map(const CFloorCurve& curve, const unsigned char* nonce, const EVP_PKEY* own,
+                       const EVP_PKEY* peer) {
+    const auto group = curve.GetGroup(own, false);
+    const auto shared = Agree(group.Get(), own, peer);
+    const auto s = OwnSecret(BN_bin2bn(nonce, 16, nullptr));
+    BN_set_flags(s.Get(), BN_FLG_CONSTTIME);
+    Require(EC_POINT_mul(group.Get(), shared.Get(), s.Get(), shared.Get(), BN_value_one(),
+                         nullptr) == 1 &&
+            EC_GROUP_set_generator(group.Get(), shared.Get(), EC_GROUP_get0_order(group.Get()),
+                                   EC_GROUP_get0_cofactor(group.Get())) == 1);
+    return curve.MakeMapped(group.Get());
+}
 
 /** The token of a point, whose size has to be below 128. */
 void ComputeToken(const unsigned char* key, const unsigned char* point, size_t size,
@@ -144,30 +268,29 @@ void ComputeToken(const unsigned char* key, const unsigned char* point, size_t s
     memcpy(token, mac, 8);
 }
 
-/** Three multiplications by the curve's own arithmetic, and two by that of unnamed curves. */
 void Terminal_Floor(benchmark::State& state) {
     const int domain = static_cast<int>(state.range(0));
     const CAnswers chip(domain);
     for (auto _ : state) {
-        const auto group = GetECDHCurveFromStandardizedParameter(domain);
-        unsigned char key[16], nonce[16], encKey[16], macKey[16], token[8], x[64];
+        const CFloorCurve curve(domain);
+        unsigned char key[16], nonce[16], encKey[16], macKey[16], token[8], x[64], sent[256];
+        size_t size = 0;
         Derive(reinterpret_cast<const unsigned char*>(kPassword), strlen(kPassword), 3, key);
         DecryptNonce(key, chip.nonce, nonce);
-        const CFloorKey own(group.Get());
-        auto shared = Own(EC_POINT_new(group.Get()));
-        const auto peer = ReadPoint(group.Get(), chip.mapping);
-        Require(EC_POINT_mul(group.Get(), shared.Get(), nullptr, peer.Get(), own.scalar.Get(),
-                             nullptr) == 1);
-        const auto s = Own(BN_bin2bn(nonce, sizeof(nonce), nullptr));
-        BN_set_flags(s.Get(), BN_FLG_CONSTTIME);
-        Require(EC_POINT_mul(group.Get(), shared.Get(), s.Get(), shared.Get(), BN_value_one(),
-                             nullptr) == 1);
-        Require(EC_GROUP_set_generator(group.Get(), shared.Get(), EC_GROUP_get0_order(group.Get()),
-                                       EC_GROUP_get0_cofactor(group.Get())) == 1);
-        const CFloorKey ephemeral(group.Get());
-        const auto ephemeralPeer = ReadPoint(group.Get(), chip.ephemeral);
-        Require(EC_POINT_mul(group.Get(), shared.Get(), nullptr, ephemeralPeer.Get(),
-                             ephemeral.scalar.Get(), nullptr) == 1);
+        const auto parameters = curve.MakeNamed();
+        const auto context = Own(EVP_PKEY_CTX_new(parameters.Get(), nullptr));
+        EVP_PKEY* made = nullptr;
+        Require(EVP_PKEY_keygen_init(context.Get()) == 1 &&
+                EVP_PKEY_generate(context.Get(), &made) == 1);
+        const auto own = Own(made);
+        Require(EVP_PKEY_get_octet_string_param(own.Get(), OSSL_PKEY_PARAM_PUB_KEY, sent,
+                                                sizeof(sent), &size) == 1);
+        const auto peer = TakePublic(curve, own.Get(), false, chip.mapping);
+        const auto mapped = Map(curve, nonce, own.Get(), peer.Get());
+        const auto ephemeral = GenerateMapped(curve, mapped.Get(), sent, size);
+        const auto ephemeralPeer = TakePublic(curve, ephemeral.Get(), true, chip.ephemeral);
+        const auto group = curve.GetGroup(ephemeral.Get(), true);
+        const auto shared = Agree(group.Get(), ephemeral.Get(), ephemeralPeer.Get());
         const auto number = Own(BN_new());
         EC_POINT_get_affine_coordinates(group.Get(), shared.Get(), number.Get(), nullptr, nullptr);
         const int width = (EC_GROUP_get_degree(group.Get()) + 7) / 8;
@@ -175,7 +298,7 @@ void Terminal_Floor(benchmark::State& state) {
         Derive(x, static_cast<size_t>(width), 1, encKey);
         Derive(x, static_cast<size_t>(width), 2, macKey);
         ComputeToken(macKey, chip.ephemeral.GetData(), chip.ephemeral.GetSize(), token);
-        ComputeToken(macKey, ephemeral.sent, ephemeral.size, token);
+        ComputeToken(macKey, sent, size, token);
         benchmark::DoNotOptimize(token);
     }
 }

@@ -80,12 +80,22 @@ CTHandle<EVP_PKEY> CreateEcKey(const EC_GROUP* group, const BIGNUM* privateKey,
         computed = GetEcPointFromPrivateKey(group, privateKey);
         publicKey = computed.Get();
     }
+    const auto parameters = CreateEcParamsKey(group);
+    return CreateEcKeyFromParameters(parameters.Get(), privateKey,
+                                     GetUncompressedEcPointData(group, publicKey));
+}
+
+CTHandle<EVP_PKEY> CreateEcKeyFromParameters(const EVP_PKEY* parameters, const BIGNUM* privateKey,
+                                             const CByteZone& publicKey) {
+    if (parameters == nullptr || publicKey.IsEmpty()) {
+        RAISE_INVALID_PARAMETERS();
+    }
     OSSL_PARAM* made = nullptr;
-    if (EVP_PKEY_todata(CreateEcParamsKey(group).Get(), EVP_PKEY_KEY_PARAMETERS, &made) <= 0) {
+    if (EVP_PKEY_todata(parameters, EVP_PKEY_KEY_PARAMETERS, &made) <= 0) {
         RAISE_OPENSSL("EVP_PKEY_todata");
     }
     const auto domain = Own(made);
-    const auto numbers = DescribeKey(privateKey, GetUncompressedEcPointData(group, publicKey));
+    const auto numbers = DescribeKey(privateKey, publicKey);
     if (!numbers) {
         RAISE(OPENSSL_FUNCTION_FAILED());
     }

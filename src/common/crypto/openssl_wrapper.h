@@ -238,6 +238,13 @@ CTHandle<EVP_PKEY> CreateEcKey(const EC_GROUP* group, const BIGNUM* privateKey,
                                const EC_POINT* publicKey = nullptr);
 
 /**
+ * The same on the domain parameters of a key, which saves making them anew; other parts of that key
+ * stay out. A null private key is left out. `publicKey` is an uncompressed point.
+ */
+CTHandle<EVP_PKEY> CreateEcKeyFromParameters(const EVP_PKEY* parameters, const BIGNUM* privateKey,
+                                             const CByteZone& publicKey);
+
+/**
  * `blinding` false asks for "blinding=no", which OpenSSL 3.0 takes and does not heed.
  */
 CTHandle<EVP_PKEY> CreateRsaPublicKey(const CByteZone& modulus, const CByteZone& publicExponent,

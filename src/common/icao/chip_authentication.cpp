@@ -109,7 +109,7 @@ void SetICCKeyECDH(const CChipAuthenticationPublicKeyInfo* publicKeyInfo, CTHand
     if (!group) {
         RAISE(OPENSSL_FUNCTION_FAILED());
     }
-    SetICCKeyECDH(group.Get(), nullptr, info->subjectPublicKey->bytes, key);
+    SetICCKeyECDH(domain.Get(), group.Get(), nullptr, info->subjectPublicKey->bytes, key);
 }
 
 void SetICCKeyDH(const CChipAuthenticationPublicKeyInfo* publicKeyInfo, CTHandle<EVP_PKEY>& key) {

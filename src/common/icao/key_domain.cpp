@@ -9,9 +9,11 @@
 #include <utility>
 
 using OpenSSLWrap::CreateEcGroup;
-using OpenSSLWrap::CreateEcKey;
+using OpenSSLWrap::CreateEcKeyFromParameters;
 using OpenSSLWrap::EKeyNumber;
+using OpenSSLWrap::GetEcPointFromPrivateKey;
 using OpenSSLWrap::GetKeyNumber;
+using OpenSSLWrap::GetUncompressedEcPointData;
 
 namespace icao {
 
@@ -55,24 +57,12 @@ constexpr CTunedCurve kTunedCurves[] = {
     {BN_get0_nist_prime_521, NID_secp521r1},
 };
 
-bool IsNamed(const EVP_PKEY* key) {
-    size_t size = 0;
+CTHandle<OSSL_PARAM> ExportParameters(const EVP_PKEY* key) {
+    OSSL_PARAM* made = nullptr;
     ERR_set_mark();
-    const int result =
-        EVP_PKEY_get_utf8_string_param(key, OSSL_PKEY_PARAM_GROUP_NAME, nullptr, 0, &size);
+    EVP_PKEY_todata(key, EVP_PKEY_KEY_PARAMETERS, &made);
     ERR_pop_to_mark();
-    return result == 1;
-}
-
-/** The curve whose arithmetic a key with explicit parameters may lack, or null. */
-const CTunedCurve* FindTunedCurve(const EVP_PKEY* key) {
-    const auto p = FindNumber(key, OSSL_PKEY_PARAM_EC_P);
-    for (const CTunedCurve& curve : kTunedCurves) {
-        if (p && BN_cmp(p.Get(), curve.prime()) == 0) {
-            return IsNamed(key) ? nullptr : &curve;
-        }
-    }
-    return nullptr;
+    return Own(made);
 }
 
 bool IsNumber(const OSSL_PARAM* parameters, const char* name, const BIGNUM* expected) {
@@ -81,6 +71,20 @@ bool IsNumber(const OSSL_PARAM* parameters, const char* name, const BIGNUM* expe
     const bool isRead = found != nullptr && OSSL_PARAM_get_BN(found, &read) == 1;
     const auto number = Own(read);
     return isRead && expected != nullptr && BN_cmp(number.Get(), expected) == 0;
+}
+
+/** The curve whose arithmetic explicit parameters may lack; null for others and for named ones. */
+const CTunedCurve* FindTunedCurve(const OSSL_PARAM* parameters) {
+    if (parameters == nullptr ||
+        OSSL_PARAM_locate_const(parameters, OSSL_PKEY_PARAM_GROUP_NAME) != nullptr) {
+        return nullptr;
+    }
+    for (const CTunedCurve& curve : kTunedCurves) {
+        if (IsNumber(parameters, OSSL_PKEY_PARAM_EC_P, curve.prime())) {
+            return &curve;
+        }
+    }
+    return nullptr;
 }
 
 /** Whether parameters describe a group, its generator aside. */
@@ -94,17 +98,14 @@ bool IsCurveOf(const EC_GROUP* group, const OSSL_PARAM* parameters) {
            IsNumber(parameters, OSSL_PKEY_PARAM_EC_COFACTOR, EC_GROUP_get0_cofactor(group));
 }
 
-/** The named group with the generator of a key; null, and nothing reported, for other curves. */
-CTHandle<EC_GROUP> MakeTunedGroup(const CTunedCurve& curve, const EVP_PKEY* key) {
-    OSSL_PARAM* made = nullptr;
-    EVP_PKEY_todata(key, EVP_PKEY_KEY_PARAMETERS, &made);
-    const auto parameters = Own(made);
+/** The named group with another generator; null, and nothing reported, for other curves. */
+CTHandle<EC_GROUP> MakeTunedGroup(const CTunedCurve& curve, const OSSL_PARAM* parameters) {
     auto group = Own(EC_GROUP_new_by_curve_name(curve.id));
-    if (!parameters || !group || !IsCurveOf(group.Get(), parameters.Get())) {
+    if (!group || !IsCurveOf(group.Get(), parameters)) {
         return {};
     }
     const OSSL_PARAM* const found =
-        OSSL_PARAM_locate_const(parameters.Get(), OSSL_PKEY_PARAM_EC_GENERATOR);
+        OSSL_PARAM_locate_const(parameters, OSSL_PKEY_PARAM_EC_GENERATOR);
     const void* octets = nullptr;
     size_t size = 0;
     if (found == nullptr || OSSL_PARAM_get_octet_string_ptr(found, &octets, &size) != 1) {
@@ -131,8 +132,9 @@ CTHandle<EC_GROUP> GetKeyGroup(const EVP_PKEY* key) {
     if (key == nullptr) {
         return group;
     }
-    if (const CTunedCurve* const curve = FindTunedCurve(key)) {
-        group = MakeTunedGroup(*curve, key);
+    const auto parameters = ExportParameters(key);
+    if (const CTunedCurve* const curve = FindTunedCurve(parameters.Get())) {
+        group = MakeTunedGroup(*curve, parameters.Get());
     }
     if (!group) {
         CreateEcGroup(key, group);
@@ -140,10 +142,16 @@ CTHandle<EC_GROUP> GetKeyGroup(const EVP_PKEY* key) {
     return group;
 }
 
-bool IsSlowerThanItsGroup(const EVP_PKEY* key) { return FindTunedCurve(key) != nullptr; }
+bool IsSlowerThanItsGroup(const EVP_PKEY* key) {
+    return FindTunedCurve(ExportParameters(key).Get()) != nullptr;
+}
 
-CTHandle<EVP_PKEY> GenerateKey(const EC_GROUP* group) {
-    const BIGNUM* const order = EC_GROUP_get0_order(group);
+CTHandle<EVP_PKEY> GenerateKey(const EVP_PKEY* parameters) {
+    const auto group = GetKeyGroup(parameters);
+    if (!group) {
+        return {};
+    }
+    const BIGNUM* const order = EC_GROUP_get0_order(group.Get());
     const auto scalar = OwnSecret(BN_new());
     if (!scalar) {
         ReportOpenSSLError("BN_new");
@@ -156,7 +164,9 @@ CTHandle<EVP_PKEY> GenerateKey(const EC_GROUP* group) {
         }
     } while (BN_is_zero(scalar.Get()));
     BN_set_flags(scalar.Get(), BN_FLG_CONSTTIME);
-    return CreateEcKey(group, scalar.Get());
+    const auto point = GetEcPointFromPrivateKey(group.Get(), scalar.Get());
+    return CreateEcKeyFromParameters(parameters, scalar.Get(),
+                                     GetUncompressedEcPointData(group.Get(), point.Get()));
 }
 
 void MakeAffine(const EC_GROUP* group, EC_POINT* point) {

@@ -23,8 +23,8 @@ CTHandle<EC_GROUP> GetKeyGroup(const EVP_PKEY* key);
 /** Whether calculations on the group above are much faster than those of OpenSSL on the key. */
 bool IsSlowerThanItsGroup(const EVP_PKEY* key);
 
-/** A key pair on the group; null after a reported failure. */
-CTHandle<EVP_PKEY> GenerateKey(const EC_GROUP* group);
+/** A key pair on the group above of an EC key; null after a reported failure. */
+CTHandle<EVP_PKEY> GenerateKey(const EVP_PKEY* parameters);
 
 /**
  * Brings a point that was calculated into the form that OpenSSL goes on with fastest. The point

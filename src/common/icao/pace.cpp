@@ -10,12 +10,13 @@ using OpenSSLWrap::BignumToBuffer;
 using OpenSSLWrap::BignumToSecureBuffer;
 using OpenSSLWrap::CompressEcPoint;
 using OpenSSLWrap::CreateDhKey;
-using OpenSSLWrap::CreateEcKey;
+using OpenSSLWrap::CreateEcKeyFromParameters;
 using OpenSSLWrap::EKeyNumber;
 using OpenSSLWrap::GenerateDhKey;
 using OpenSSLWrap::GenerateECKeyFromParametersKey;
 using OpenSSLWrap::GetEncodedPublicKey;
 using OpenSSLWrap::GetKeyNumber;
+using OpenSSLWrap::GetUncompressedEcPointData;
 
 namespace icao {
 
@@ -37,7 +38,7 @@ void GenerateIFDKeyECDH(CTHandle<EVP_PKEY>& key, CByteZone& publicKey) {
     }
     CTHandle<EVP_PKEY> generated;
     if (IsSlowerThanItsGroup(key.Get())) {
-        generated = GenerateKey(GetKeyGroup(key.Get()).Get());
+        generated = GenerateKey(key.Get());
     } else {
         GenerateECKeyFromParametersKey(key.Get(), generated);
     }
@@ -66,8 +67,8 @@ void GenerateIFDKeyDH(CTHandle<EVP_PKEY>& key, CByteZone& publicKey) {
     key = std::move(generated);
 }
 
-void SetICCKeyECDH(const EC_GROUP* group, const EC_POINT* own, const CByteZone& iccPublicKey,
-                   CTHandle<EVP_PKEY>& iccKey) {
+void SetICCKeyECDH(const EVP_PKEY* domain, const EC_GROUP* group, const EC_POINT* own,
+                   const CByteZone& iccPublicKey, CTHandle<EVP_PKEY>& iccKey) {
     const auto point = ReadPoint(group, iccPublicKey);
     if (!point) {
         RAISE_OPENSSL("EC_POINT_oct2point");
@@ -84,7 +85,8 @@ void SetICCKeyECDH(const EC_GROUP* group, const EC_POINT* own, const CByteZone& 
             REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "IFD and ICC public keys must be different.");
         }
     }
-    iccKey = CreateEcKey(group, nullptr, point.Get());
+    iccKey =
+        CreateEcKeyFromParameters(domain, nullptr, GetUncompressedEcPointData(group, point.Get()));
 }
 
 void SetICCKeyECDH(const EVP_PKEY* ifdKey, const CByteZone& iccPublicKey,
@@ -100,7 +102,7 @@ void SetICCKeyECDH(const EVP_PKEY* ifdKey, const CByteZone& iccPublicKey,
     if (!own) {
         RAISE(OPENSSL_FUNCTION_FAILED());
     }
-    SetICCKeyECDH(group.Get(), own.Get(), iccPublicKey, iccKey);
+    SetICCKeyECDH(ifdKey, group.Get(), own.Get(), iccPublicKey, iccKey);
 }
 
 /** Whether no secret can be made with a value, or only one of a few. */

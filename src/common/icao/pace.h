@@ -49,9 +49,12 @@ void SetICCKeyECDH(const EVP_PKEY* ifdKey, const CByteZone& iccPublicKey,
                    CTHandle<EVP_PKEY>& iccKey);
 void SetICCKeyDH(const EVP_PKEY* ifdKey, const CByteZone& iccPublicKey, CTHandle<EVP_PKEY>& iccKey);
 
-/** The same on a domain alone. `own` is the terminal's public value, null when it has none yet. */
-void SetICCKeyECDH(const EC_GROUP* group, const EC_POINT* own, const CByteZone& iccPublicKey,
-                   CTHandle<EVP_PKEY>& iccKey);
+/**
+ * The same on a domain alone, of which an EC key and its group are given. `own` is the terminal's
+ * public value, null when it has none yet.
+ */
+void SetICCKeyECDH(const EVP_PKEY* domain, const EC_GROUP* group, const EC_POINT* own,
+                   const CByteZone& iccPublicKey, CTHandle<EVP_PKEY>& iccKey);
 void SetICCKeyDH(const CDhDomain& domain, const BIGNUM* own, const BIGNUM* iccValue,
                  CTHandle<EVP_PKEY>& iccKey);
 

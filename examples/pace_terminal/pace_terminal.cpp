@@ -10,9 +10,9 @@
  *     Variant            ecdh-gm-aes-128 0.4.0.127.0.7.2.2.4.2.2
  *     Domain             13
  *     Password key       591468CDA83D65219CCCB8560233600F
- *     Encrypted nonce    2CC6F2CB7ECB7BE2B5ED7FC6A73E5B92
+ *     Encrypted nonce    34AAB70ABF6C6F6AB1B5B5349B5C3A2F
  *     ...
- *     Chip's token       8E1B7F9A0C6A5E44
+ *     Chip's token       151868372C8432E9
  *     Both sides agree
  *
  * Variants are dh-gm, ecdh-gm, dh-im, ecdh-im and ecdh-cam, each with -3des, -aes-128, -aes-192 or

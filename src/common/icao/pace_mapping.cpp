@@ -60,8 +60,8 @@ void MapGenerator(const EVP_PKEY* key, const BIGNUM* generator, CTHandle<EVP_PKE
         REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "MapGenerator: invalid parameters.");
     }
     const CDhDomain domain(key);
-    if (!domain.IsComplete()) {
-        RAISE(OPENSSL_FUNCTION_FAILED());
+    if (!domain.p || !domain.q) {
+        REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "MapGenerator: invalid parameters.");
     }
     ifdKey = CreateDhParamsKey(domain.p.Get(), domain.q.Get(), generator);
     iccKey = CreateDhParamsKey(domain.p.Get(), domain.q.Get(), generator);

@@ -29,8 +29,8 @@ void DoIntegratedMappingDH(const CSecureByteZone& s, const CByteZone& t, bool is
                            const EVP_PKEY* key, CTHandle<EVP_PKEY>& mappedKey);
 
 /**
- * The parameters of a group, or of a DH key, with another generator: once for either side's key,
- * which are independent of each other.
+ * The parameters of a group, or of a DH key that has a q, with another generator: once for either
+ * side's key, which are independent of each other.
  */
 void MapGenerator(const EC_GROUP* group, const EC_POINT* generator, CTHandle<EVP_PKEY>& ifdKey,
                   CTHandle<EVP_PKEY>& iccKey);

@@ -142,6 +142,13 @@ public:
     /** Whether the peer has not closed yet, as far as a look without waiting tells. */
     bool IsAlive() const;
 
+    /** The descriptor, which stays the connection's; -1 when there is none. */
+    int GetSocket() const noexcept { return socket; }
+
+    /** The origin whose pages a server's answers are for; empty for none. */
+    const CISOString& GetOrigin() const noexcept { return origin; }
+    void SetOrigin(const CISOString& allowed) noexcept { origin = allowed; }
+
 protected:
     /** Forgets what was received and not read. */
     void DropReceived();
@@ -149,7 +156,6 @@ protected:
     CByteZone recvBuffer;
     size_t recvPos = 0;
 
-    // For the server side: the origin that it allows.
     CISOString origin;
 
     // Atomic for who interrupts a connection from another thread.

@@ -1,3 +1,5 @@
+#include "trace/ck_names.h"
+
 #include "trace/name_table.h"
 #include <qorvs/ck_names.h>
 
@@ -413,9 +415,11 @@ static const char* WriteUnknown(char (&text)[64], CK_ULONG code) noexcept {
     return text;
 }
 
+const char* FindCkErrorName(CK_RV code) noexcept { return kErrorNames.Find(code); }
+
 const char* GetCkErrorString(CK_RV code) noexcept {
     static thread_local char unknown[64];
-    const char* name = kErrorNames.Find(code);
+    const char* name = FindCkErrorName(code);
     return name != nullptr ? name : WriteUnknown(unknown, code);
 }
 

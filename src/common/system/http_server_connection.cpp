@@ -14,3 +14,7 @@ CByteZone& CHttpServerConnection::RecvUpTo(size_t minimum, CByteZone& out) {
     }
     return out;
 }
+
+CPeerProcess CHttpServerConnection::GetClientPidAndUid() const {
+    return ::GetClientPidAndUid(connection->GetSocket());
+}

@@ -40,7 +40,7 @@ talk() {
             tr -d '\r' <&9 | sed '$a\'
             exec 9>&-
             ;;
-        '#'* | '') echo "$line" ;;
+        '#'*) echo "$line" ;;
         esac
     done <"$transcript" | sed 's/"upload_[A-Za-z0-9]*/"upload_NAME/'
 }

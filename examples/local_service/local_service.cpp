@@ -155,6 +155,7 @@ void Run(COptions& options) {
     const CSslContext context = options.plain ? nullptr : MakeServerContext();
     const int listener = Listen(options.service.port);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back(ServeAll, listener, context.get(), std::cref(options.service));
     }

@@ -1,9 +1,8 @@
 /**
- * A service that does as told, and its launcher: service_child launch <path>; else a service.
+ * A service that does as told, and its launcher: service_child serve <does> [argument]..., or
+ * launch <does> <path>. Prints all that the service and its processes go through and report.
  *
- * SERVICE_DOES is what to do within Initialize or Run, "run look"; FAILING_CALL a call of the C
- * library that fails; SERVICE_DIR where the PID file lies and the file "reports", for all that the
- * service goes through and reports.
+ * What to do stands behind where it is done: "initialize terminate run look".
  */
 #include "system/cache_server.h"
 #include "system/service.h"
@@ -12,6 +11,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,7 +19,10 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -29,10 +32,7 @@ constexpr int kReports = 300;
 // What Initialize opens, for Run.
 static int opened = -1;
 
-static std::string Variable(const char* name) {
-    const char* const value = getenv(name);
-    return value != nullptr ? value : "";
-}
+static bool forkFails = false;
 
 // The labels keep these apart from the C library's headers, which may define the same name inline.
 #define WRITE_REPORTS(label, name, ...)                                          \
@@ -52,13 +52,14 @@ WRITE_REPORTS("__syslog_chk", WriteCheckedSyslog, int /*flag*/, )
 
 pid_t fork() noexcept {
     auto* const real = reinterpret_cast<pid_t (*)()>(dlsym(RTLD_NEXT, "fork"));
-    return Variable("FAILING_CALL") == "fork" ? (errno = EAGAIN, -1) : real();
+    return forkFails ? (errno = EAGAIN, -1) : real();
 }
 }
 
 namespace {
 
 void PrintOpen(int limit) {
+    dprintf(kReports, "open:");
     for (int descriptor = 0; descriptor < limit; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) >= 0) {
             dprintf(kReports, " %d", descriptor);
@@ -68,21 +69,15 @@ void PrintOpen(int limit) {
 
 /** What a service can see of the place that it runs in. */
 void Look() {
-    dprintf(kReports, "open:");
     PrintOpen(3);
-    char directory[2] = "";
-    const bool isRoot = getcwd(directory, sizeof(directory)) != nullptr;
-    const mode_t mask = umask(0);
     int number = 0;
+    std::ifstream(GetPidFilePath()) >> number;
     struct stat file {};
-    if (FILE* const pidFile = fopen(GetPidFilePath(), "r")) {
-        static_cast<void>(fscanf(pidFile, "%d", &number) == 1 && fstat(fileno(pidFile), &file));
-        fclose(pidFile);
-    }
+    stat(GetPidFilePath(), &file);
     dprintf(kReports, ", in %s, session %s, umask %o, PID file %s %o, %s what it opened\n",
-            isRoot ? "/" : "its place", getsid(0) == getpid() ? "own" : "kept", mask,
-            number == getpid() ? "ours" : "none", file.st_mode & 0777,
-            fcntl(opened, F_GETFD) >= 0 ? "has" : "lacks");
+            std::filesystem::current_path() == "/" ? "/" : "its place",
+            getsid(0) == getpid() ? "own" : "kept", umask(0), number == getpid() ? "ours" : "none",
+            file.st_mode & 0777, fcntl(opened, F_GETFD) >= 0 ? "has" : "lacks");
 }
 
 void Interrupt() {
@@ -96,89 +91,108 @@ void Terminate() {
     dprintf(kReports, "terminated\n");
 }
 
+void StartAnother() { [[maybe_unused]] const int status = system("/proc/$PPID/exe serve ''"); }
+
+const std::map<std::string, void (*)()> kActions = {
+    {"look", &Look},
+    {"interrupt", &Interrupt},
+    {"another", &StartAnother},
+    {"open", [] { dup2(kReports, STDOUT_FILENO); }},
+    {"fail", [] { throw CException("100%s %n"); }},
+    {"standard", [] { throw std::runtime_error("standard words"); }},
+    {"number", [] { throw 7UL; }},
+    {"terminate", &Terminate},
+    {"file", [] { CPidFile(GetPidFilePath()).Write(); }},
+    {"say", [] { printf("said once, at the end of the first process\n"); }},
+    {"ignore", [] { signal(SIGCHLD, SIG_IGN); }},
+    {"alone", [] { forkFails = true; }},
+};
+
+void Do(const std::string& place) {
+    dprintf(kReports, "%s\n", place.c_str());
+    std::istringstream words(getenv("DOES"));
+    std::string word, at;
+    while (words >> word) {
+        const auto action = kActions.find(word);
+        if (action == kActions.end()) {
+            at = word;
+        } else if (at == place) {
+            action->second();
+        }
+    }
+}
+
 class CToldService final : public CService {
 public:
     CUTF8String GetName() override { return "told"; }
     CUTF8String GetDisplayName() override { return "Told service"; }
     void Initialize() override {
         opened = open("/", O_RDONLY);
-        if (Variable("SERVICE_DOES") == "run open files") {
-            printf("said once, at the end of the first process\n");
-        }
         Do("initialize");
     }
     void Run() override { Do("run"); }
     void Stop() override { dprintf(kReports, "stop\n"); }
-
-private:
-    static void Do(const std::string& place) {
-        const std::map<std::string, void (*)()> actions = {
-            {" fail", [] { throw CException("100%s %n"); }},
-            {" fail by standard", [] { throw std::runtime_error("standard words"); }},
-            {" fail by number", [] { throw 7UL; }},
-            {" terminate", &Terminate},
-            {" terminate and fail", [] { (Terminate(), throw CException("after the signal")); }},
-            {" interrupt the launcher", &Interrupt},
-            {" start another", [] { dprintf(kReports, "status %d\n", system("/proc/$PPID/exe")); }},
-            {" write a PID file", [] { CPidFile(GetPidFilePath()).Write(); }},
-            {" open files",
-             [] {
-                 while (fcntl(kReports, F_DUPFD, 0) < 2)
-                     ;
-             }},
-            {" look", &Look},
-        };
-        dprintf(kReports, "%s\n", place.c_str());
-        const std::string told = Variable("SERVICE_DOES");
-        if (told.find(place) == 0) {
-            actions.at(told.substr(place.size()))();
-        }
-    }
 };
 
+std::string GetDirectory() { return std::string(getenv("HOME")) + "/"; }
+
+int Serve(int argc, char** argv) {
+    umask(022);
+    dup2(STDOUT_FILENO, STDERR_FILENO);
+    CToldService service;
+    const int result = RunService(service, argc, argv, GetDirectory().c_str());
+    raise(SIGTERM);
+    dprintf(kReports, "returned %d\n", result);
+    return result;
+}
+
+/** Waits for a child and then for all that it has left behind, which become ours. */
+void PrintEnds(pid_t child) {
+    std::string ends;
+    for (int status = 0; waitpid(child, &status, 0) > 0; child = -1) {
+        ends += " " + std::to_string(WEXITSTATUS(status));
+    }
+    const bool isLeft = std::filesystem::exists(GetDirectory() + "told.pid");
+    dprintf(kReports, "ended with%s%s\n", ends.c_str(), isLeft ? ", PID file left" : "");
+}
+
 /** The host's handler interrupts calls. */
-int Launch(const char* path) {
+void Launch(const char* path) {
     struct sigaction interrupt {};
     interrupt.sa_handler = [](int) {};
     sigaction(SIGALRM, &interrupt, nullptr);
-    if (Variable("SERVICE_DOES").empty()) {
-        atexit([] { dprintf(kReports, "the host ends\n"); });
-    }
-    if (Variable("FAILING_CALL") == "waitpid") {
-        signal(SIGCHLD, SIG_IGN);
-    }
+    atexit([] { dprintf(kReports, "the host ends\n"); });
+    Do("host");
+    std::string outcome = "started";
     try {
         StartCacheServer("Told service", path);
-        puts("started");
     } catch (const EService& failure) {
-        printf("%lu %s\n", failure.GetErrorCode(), RenderMessage(failure.GetMessage()).GetText());
+        outcome = std::to_string(failure.GetErrorCode()) + " " +
+                  RenderMessage(failure.GetMessage()).GetText();
     }
-    const bool hasChild = waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD;
-    printf("%s%s\n", hasChild ? "a child is left, " : "",
-           IsManagerRunning() ? "manager runs" : "no manager");
-    return GetCurrentUserId() == getuid() ? 0 : 1;
+    PrintEnds(-1);
+    dprintf(kReports, "%s\n%s\n", outcome.c_str(),
+            IsManagerRunning() ? "manager runs" : "no manager");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::string directory = Variable("SERVICE_DIR");
-    const int file = open((directory + "reports").c_str(), O_WRONLY | O_APPEND | O_CREAT, 0600);
-    dup2(file, kReports);
-    close(file);
-    if (argc > 2 && std::string(argv[1]) == "launch") {
-        return Launch(argv[2]);
-    }
     if (argv[0] == std::string("qorcachesrv")) {
-        dprintf(kReports, "launched with %d arguments, open:", argc - 1);
+        dprintf(kReports, "launched with %d arguments, ", argc - 1);
         PrintOpen(256);
         dprintf(kReports, "\n");
+        return Serve(argc, argv);
     }
-    umask(022);
-    dup2(STDOUT_FILENO, STDERR_FILENO);
-    CToldService service;
-    const int result = RunService(service, argc, argv, directory.c_str());
-    raise(SIGTERM);
-    dprintf(kReports, "returned %d\n", result);
-    return result;
+    dup2(STDOUT_FILENO, kReports);
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    setenv("DOES", argv[2], 1);
+    if (argv[1] == std::string("launch")) {
+        Launch(argv[3]);
+    } else if (const pid_t first = fork(); first == 0) {
+        return Serve(argc - 2, argv + 2);
+    } else {
+        PrintEnds(first);
+    }
+    return GetCurrentUserId() == getuid() ? EXIT_SUCCESS : EXIT_FAILURE;
 }

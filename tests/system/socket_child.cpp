@@ -1,6 +1,8 @@
 /**
- * The other process of the tests of local sockets and of peers: socket_child <scenario>
- * [arguments].
+ * Takes steps with local sockets, or looks for peers: socket_child <step>...
+ *
+ * A step is a socket, A to D, what is done with it, and an argument: "A read 3". Prints what is
+ * read, and class, event, category, code and words of what a step throws.
  */
 #include "system/io_errors.h"
 #include "system/peer_process.h"
@@ -10,215 +12,224 @@
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <future>
 #include <map>
+#include <memory>
+#include <sstream>
 #include <string>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
-static bool listenFails = false;
+static std::string failingCall;
 static CLocalSocket* cancelledBehindCalls = nullptr;
 
-// The C library's calls, behind each of which the socket is cancelled when one is named.
-#define CANCELS_BEHIND(Result, name, parameters, arguments)                                 \
-    Result name parameters {                                                                \
-        auto* const real = reinterpret_cast<Result(*) parameters>(dlsym(RTLD_NEXT, #name)); \
-        const Result result = real arguments;                                               \
-        const int error = errno;                                                            \
-        if (cancelledBehindCalls != nullptr) {                                              \
-            cancelledBehindCalls->Cancel();                                                 \
-        }                                                                                   \
-        errno = error;                                                                      \
-        return result;                                                                      \
+// A call of the C library, behind which a socket is cancelled when one is named.
+#define WATCHED(Result, name, parameters, arguments)                                            \
+    Result name parameters {                                                                    \
+        auto* const real = reinterpret_cast<Result(*) parameters>(dlsym(RTLD_NEXT, #name));     \
+        const Result result = failingCall == #name ? (errno = EOPNOTSUPP, -1) : real arguments; \
+        const int error = errno;                                                                \
+        if (cancelledBehindCalls != nullptr) {                                                  \
+            cancelledBehindCalls->Cancel();                                                     \
+        }                                                                                       \
+        errno = error;                                                                          \
+        return result;                                                                          \
     }
 
 extern "C" {
-CANCELS_BEHIND(ssize_t, recv, (int socket, void* to, size_t length, int flags),
-               (socket, to, length, flags))
-CANCELS_BEHIND(ssize_t, send, (int socket, const void* from, size_t length, int flags),
-               (socket, from, length, flags))
-CANCELS_BEHIND(int, ppoll,
-               (pollfd * sockets, nfds_t count, const timespec* limit, const sigset_t* mask),
-               (sockets, count, limit, mask))
-
-int listen(int descriptor, int backlog) noexcept {
-    static auto* const real = reinterpret_cast<int (*)(int, int)>(dlsym(RTLD_NEXT, "listen"));
-    errno = EOPNOTSUPP;
-    return listenFails ? -1 : real(descriptor, backlog);
-}
+WATCHED(ssize_t, recv, (int socket, void* to, size_t length, int flags),
+        (socket, to, length, flags))
+WATCHED(ssize_t, send, (int socket, const void* from, size_t length, int flags),
+        (socket, from, length, flags))
+WATCHED(int, ppoll, (pollfd * sockets, nfds_t count, const timespec* limit, const sigset_t* mask),
+        (sockets, count, limit, mask))
+WATCHED(int, listen, (int socket, int backlog) noexcept, (socket, backlog))
 }
 
 namespace {
 
-using CArguments = std::vector<std::string>;
+using CSocket = std::unique_ptr<CLocalSocket>;
+using CText = const std::string;
 
-/** Descriptors from so many free ones on cannot be had; a negative number lifts the limit. */
-void LimitDescriptors(int free) {
-    const int next = dup(0);
-    close(next);
-    const rlimit limit{free < 0 ? 1024U : static_cast<rlim_t>(next + free), 1024};
+std::string path = std::string(getenv("HOME")) + "/socket";
+CSocket sockets[4];
+int bare = -1;  // the descriptor that was made last for the other end
+pid_t caller = -1;
+std::vector<std::future<void>> later;
+
+void LimitDescriptors(int next) {
+    const rlimit limit{static_cast<rlim_t>(next), 4096};
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/** A path at which nothing lies, and a socket; all is as before when the scope ends. */
-struct CPlace {
-    explicit CPlace(const std::string& place) : path(place.c_str()) {}
-    ~CPlace() {
-        LimitDescriptors(-1);
-        listenFails = false;
-        cancelledBehindCalls = nullptr;
-        unlink(path);
-    }
+/** The next socket has the other end. Descriptors are some that a select set has no room for. */
+void Pair(CSocket& used, CText& seconds) {
+    int ends[2];
+    socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
+    used = std::make_unique<CUnixSocket>(fcntl(ends[0], F_DUPFD, 2000), std::stoi(seconds));
+    close(ends[0]);
+    bare = ends[1];
+    (&used)[1] = std::make_unique<CUnixSocket>(bare, 0);
+}
 
-    void Connect() { used = CLocalSocket::Connect(path, 1); }
-    void Listen() { used = CLocalSocket::Listen(path); }
-    void Bind(int kind) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        strcpy(address.sun_path, path);
-        bind(socket(AF_UNIX, kind, 0), reinterpret_cast<sockaddr*>(&address), sizeof(address));
-    }
-    void Fresh(int32_t timeout = 0) {
-        descriptor = socket(AF_UNIX, SOCK_STREAM, 0);
-        used = std::make_unique<CUnixSocket>(descriptor, timeout);
-    }
-    void Pair(const std::string& arrives, const std::string& unread = "", int32_t timeout = 0) {
-        int ends[2];
-        socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
-        send(ends[0], unread.data(), unread.size(), 0);
-        send(ends[1], arrives.data(), arrives.size(), 0);
-        used = std::make_unique<CUnixSocket>(ends[0], timeout);
-        descriptor = ends[1];
-    }
-    void Close() const { close(descriptor); }
-    void Read(size_t length) { used->Read(room, length); }
-    void Write(size_t length) { used->Write("abc", length); }
-    void CancelBehind() const { cancelledBehindCalls = used.get(); }
+void Fresh(CSocket& used, CText& seconds) {
+    bare = socket(AF_UNIX, SOCK_STREAM, 0);
+    used = std::make_unique<CUnixSocket>(bare, std::stoi(seconds));
+}
 
-    const char* path;
-    std::unique_ptr<CLocalSocket> used;
-    int descriptor = -1;
-    char room[8];
-};
+void Read(CSocket& used, CText& length) {
+    char room[8]{};
+    used->Read(room, std::stoul(length));
+    puts(room);
+}
 
-void (*const kFailures[])(CPlace&) = {
-    [](CPlace& at) { at.Connect(); },
-    [](CPlace& at) { at.Bind(SOCK_STREAM), at.Connect(); },
-    [](CPlace& at) { at.Bind(SOCK_DGRAM), at.Connect(); },
-    [](CPlace& at) { LimitDescriptors(0), at.Connect(); },
-    [](CPlace& at) { LimitDescriptors(0), at.Listen(); },
-    [](CPlace& at) { LimitDescriptors(1), at.Listen(); },
-    [](CPlace& at) { at.path = "/nonexistent/socket", at.Listen(); },
-    [](CPlace& at) { listenFails = true, at.Listen(); },
-    [](CPlace& at) { at.Listen(), at.Listen(); },
-    [](CPlace& at) { at.Fresh(), at.used->Cancel(), at.Read(0); },
-    [](CPlace& at) { at.Fresh(), at.used->Cancel(), at.Write(0); },
-    [](CPlace& at) { at.Fresh(), at.used->Cancel(), at.used->Accept(); },
-    [](CPlace& at) { at.Pair("abc", "", 1), at.Read(4); },
-    [](CPlace& at) { at.Pair("abc"), at.Close(), at.Read(4); },
-    [](CPlace& at) { at.Pair("", "abc"), at.Close(), at.Read(4); },
-    [](CPlace& at) { at.Pair(""), at.Close(), at.Write(3); },
-    [](CPlace& at) { at.Fresh(), at.Read(1); },
-    [](CPlace& at) { at.Fresh(), at.Write(1); },
-    [](CPlace& at) { at.Pair("a"), at.used->Accept(); },
-    [](CPlace& at) { at.Pair("abc"), at.CancelBehind(), at.Read(3); },
-    [](CPlace& at) { at.Pair(""), at.Close(), at.CancelBehind(), at.Read(3); },
-    [](CPlace& at) { at.Pair("abc", "", 1), at.CancelBehind(), at.Read(3); },
-    [](CPlace& at) { at.Pair("", "", 1), at.CancelBehind(), at.Read(1); },
-    [](CPlace& at) { at.Pair(""), at.CancelBehind(), at.Write(3); },
-    [](CPlace& at) { at.Pair(""), at.Close(), at.CancelBehind(), at.Write(3); },
-    [](CPlace& at) { at.Pair("abc"), at.CancelBehind(), at.used->Accept(); },
-    [](CPlace& at) { at.Fresh(1), at.Close(), at.Read(1); },
-    [](CPlace& at) { at.Fresh(), at.Close(), at.used->Accept(); },
-};
-
-/** Prints class, event, category, code and words of what each call throws. */
-void Fail(const CArguments& paths) {
-    TraceString0("opened before descriptors are short");
-    for (const auto call : kFailures) {
-        CPlace place(paths[0]);
-        try {
-            call(place);
-            puts("passed");
-        } catch (const EIOError& error) {
-            const CEventMessage& message = error.GetMessage();
-            const char* const type = typeid(error).name();
-            printf("%s %08X %d %lu %s\n", type + strspn(type, "0123456789"), message.id,
-                   message.category, error.GetErrorCode(), RenderMessage(message).GetText());
-        }
+void Echo(CSocket& used, CText& length) {
+    std::string message(std::stoul(length), '\0');
+    for (;;) {
+        used->Read(message.data(), message.size());
+        used->Write(message.data(), message.size());
     }
 }
 
-/** Accepts a client at a path and sends back what comes, in messages of so many bytes. */
-void Echo(const CArguments& arguments) {
-    const auto listener = CLocalSocket::Listen(arguments[0].c_str());
-    puts("ready");
-    fflush(stdout);
-    const auto client = listener->Accept();
-    std::string message(std::stoul(arguments[1]), '\0');
-    try {
-        for (;;) {
-            client->Read(message.data(), message.size());
-            client->Write(message.data(), message.size());
-        }
-    } catch (const EIOSocketClosed&) {
-        puts("closed");
+/** Counts the letters up to the end of the stream, and says what follows them. */
+void Drain(CSocket&, CText&) {
+    std::string all;
+    char piece[32768];
+    for (ssize_t count; (count = recv(bare, piece, sizeof(piece), 0)) != 0;) {
+        all.append(piece, count > 0 ? static_cast<size_t>(count) : 0);
     }
+    const size_t letters = all.find_first_not_of('d');
+    const bool areZeros = all.find_first_not_of('\0', letters) == std::string::npos;
+    printf("%zu, %s\n", letters, areZeros && all.size() < 2 * letters ? "zeros" : "others");
 }
 
-/** Connects to a port of the loopback interface; 0 is a listener of our own, which accepts. */
-int Dial(const std::string& port) {
-    sockaddr_in address{
-        AF_INET, htons(static_cast<uint16_t>(std::stoul(port))), {htonl(INADDR_LOOPBACK)}, {}};
+void Storm(CSocket&, CText&) {
+    const itimerval often{{0, 100}, {0, 100}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+}
+
+/** A child of ours calls over the loopback interface; lsof finds the ends' names in OWN and PEER.
+ */
+void TakeCall(CSocket&, CText&) {
+    sockaddr_in address{};
     socklen_t size = sizeof(address);
     auto* const generic = reinterpret_cast<sockaddr*>(&address);
     const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    const int dialled = socket(AF_INET, SOCK_STREAM, 0);
-    if (port == "0") {
-        listen(listener, 1);
-        getsockname(listener, generic, &size);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    listen(listener, 1);
+    getsockname(listener, generic, &size);
+    caller = fork();
+    if (caller == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        connect(socket(AF_INET, SOCK_STREAM, 0), generic, size);
+        pause();
     }
-    connect(dialled, generic, size);
-    setenv("PEER", ("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str(), 1);
-    getsockname(dialled, generic, &size);
-    setenv("OWN", ("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str(), 1);
-    return dialled;
+    bare = accept(listener, nullptr, nullptr);
+    for (const auto& [name, call] : {std::pair("OWN", &getsockname), {"PEER", &getpeername}}) {
+        call(bare, generic, &size);
+        setenv(name, ("127.0.0.1:" + std::to_string(ntohs(address.sin_port))).c_str(), 1);
+    }
 }
 
-void StayConnected(const CArguments& ports) {
-    Dial(ports[0]);
-    puts("connected");
-    fflush(stdout);
-    pause();
+void LookUp(CSocket&, CText&) {
+    const CPeerProcess process = GetClientPidAndUid(bare);
+    const bool isCaller = process.pid == static_cast<uint32_t>(caller) && process.uid == getuid();
+    isCaller ? printf("the caller\n") : printf("%u %u\n", process.pid, process.uid);
 }
 
-/** Looks up the peer of a kind of socket; lsof finds the ends' names in OWN and PEER. */
-void LookUp(const CArguments& kinds) {
-    const int connected = Dial("0");
-    const std::map<std::string, int> sockets = {{"connected", connected},
-                                                {"no pipe", connected},
-                                                {"unconnected", socket(AF_INET, SOCK_STREAM, 0)},
-                                                {"none", -1}};
-    TraceString0("opened before descriptors are short");
-    LimitDescriptors(kinds[0] == "no pipe" ? 0 : -1);
-    const CPeerProcess process = GetClientPidAndUid(sockets.at(kinds[0]));
-    printf("%u %u", process.pid, process.uid);
+void Perform(const std::string& step);
+
+void PerformLater(CSocket&, CText& milliseconds) {
+    const std::string step = milliseconds.substr(milliseconds.find(' ') + 1);
+    later.push_back(std::async(std::launch::async, [step, wait = std::stoi(milliseconds)] {
+        poll(nullptr, 0, wait);
+        Perform(step);
+    }));
+}
+
+/** Blocks SIGALRM, and says whether one is pending. */
+void Block(CSocket&, CText&) {
+    sigset_t alarm, pending;
+    sigemptyset(&alarm);
+    sigaddset(&alarm, SIGALRM);
+    pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
+    sigpending(&pending);
+    puts(sigismember(&pending, SIGALRM) == 1 ? "pending" : "blocked");
+}
+
+void PrintMode(CSocket&, CText&) {
+    struct stat file {};
+    stat(path.substr(0, 107).c_str(), &file);
+    printf("%o\n", file.st_mode);
+}
+
+const std::map<std::string, void (*)(CSocket&, CText&)> kSteps = {
+    {"pair", &Pair},
+    {"fresh", &Fresh},
+    {"read", &Read},
+    {"echo", &Echo},
+    {"drain", &Drain},
+    {"storm", &Storm},
+    {"call", &TakeCall},
+    {"peer", &LookUp},
+    {"later", &PerformLater},
+    {"block", &Block},
+    {"mode", &PrintMode},
+    {"path", [](CSocket&, CText& to) { path = to; }},
+    {"connect", [](CSocket& used, CText&) { used = CLocalSocket::Connect(path.c_str(), 1); }},
+    {"listen", [](CSocket& used, CText&) { used = CLocalSocket::Listen(path.c_str()); }},
+    {"accept", [](CSocket& used, CText&) { (&used)[1] = used->Accept(); }},
+    {"write", [](CSocket& used, CText& text) { used->Write(text.data(), text.size()); }},
+    {"flood",
+     [](CSocket& used, CText&) { used->Write(std::string(1 << 20, 'd').data(), 1 << 20); }},
+    {"cancel", [](CSocket& used, CText&) { used->Cancel(); }},
+    {"reset", [](CSocket& used, CText&) { used->ResetCancel(); }},
+    {"watch", [](CSocket& used, CText&) { cancelledBehindCalls = used.get(); }},
+    {"close", [](CSocket& used, CText&) { used.reset(); }},
+    {"unplug", [](CSocket&, CText&) { close(bare); }},
+    {"hangup", [](CSocket&, CText&) { kill(caller, SIGKILL), waitpid(caller, nullptr, 0); }},
+    {"descriptors", [](CSocket&, CText& free) { LimitDescriptors(dup(0) + 1 + std::stoi(free)); }},
+    {"fails", [](CSocket&, CText& call) { failingCall = call; }},
+};
+
+void Perform(const std::string& step) {
+    char who = 'A';
+    std::string verb, argument;
+    std::istringstream words(step);
+    words >> who >> verb >> std::ws;
+    std::getline(words, argument);
+    try {
+        kSteps.at(verb)(sockets[who - 'A'], argument);
+    } catch (const EIOError& error) {
+        const CEventMessage& message = error.GetMessage();
+        const char* const type = typeid(error).name();
+        printf("%s %08X %d %lu %s\n", type + strspn(type, "0123456789"), message.id,
+               message.category, error.GetErrorCode(), RenderMessage(message).GetText());
+    }
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    const std::map<std::string, void (*)(const CArguments&)> scenarios = {
-        {"fail", &Fail}, {"echo", &Echo}, {"dial", &StayConnected}, {"peer", &LookUp}};
-    scenarios.at(argv[1])({argv + 2, argv + argc});
+int main(int count, char** steps) {
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+    LimitDescriptors(3000);
+    TraceString0("steps");
+    for (int i = 1; i < count; ++i) {
+        Perform(steps[i]);
+    }
 }

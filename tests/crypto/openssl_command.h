@@ -13,12 +13,6 @@
 #include <iterator>
 #include <string>
 
-/** The curves of the standardized domain parameters 8 to 18 (BSI TR-03110-3, A.2.1.1). */
-constexpr const char* kCurves[] = {"prime192v1",      "brainpoolP192r1", "secp224r1",
-                                   "brainpoolP224r1", "prime256v1",      "brainpoolP256r1",
-                                   "brainpoolP320r1", "secp384r1",       "brainpoolP384r1",
-                                   "brainpoolP512r1", "secp521r1"};
-
 /** The command, run in a temporary directory of its own. */
 class COpensslCommand {
 public:

@@ -96,7 +96,7 @@ TEST(BlockOps, MatchPublicPaddingVectors) {
     }
 }
 
-TEST(Crypto, LeavesHostHeapLogAndMemoryAsItShould) {
+TEST(Crypto, LeavesHostLogAndMemoryAsItShould) {
     CLogHome home;
     // The host's context, the key while it is held and afterwards.
     EXPECT_EQ(home.Run("cipher_child", {}), "100110 20\n10\n");

@@ -1,49 +1,234 @@
 /**
- * Calls of the document protocols, whose words in the log a test reads: pairs of a name and of an
- * argument in hexadecimal. Writes what each gives or throws.
+ * Calls of the document protocols: an operation's name and words for what it takes. Writes what it
+ * throws, what it returns, and its outputs, be it that they were left as they had been.
  */
-#include "crypto/openssl_wrapper.h"
 #include "icao/active_authentication.h"
+#include "icao/chip_authentication.h"
 #include "icao/desfire_errors.h"
 #include "icao/icao_errors.h"
 #include "icao/icao_exception.h"
+#include "icao/integrated_mapping.h"
 #include "icao/mrz.h"
 #include "icao/object_ids.h"
+#include "icao/pace_sides.h"
+#include "support/string_print.h"
+#include "util/hex.h"
 
+#include <openssl/err.h>
+
+#include <deque>
+#include <functional>
 #include <iostream>
 #include <map>
-#include <string>
+#include <sstream>
 #include <typeinfo>
 
 using namespace icao;
 
 namespace {
 
-CObjectIdentifier OidOf(const CByteZone& octets) {
-    return CObjectIdentifierContent::DecodeData(octets);
+/** Of hexadecimal digits, as far as there are any. */
+CByteZone BytesOf(const std::string& word) {
+    CByteZone bytes;
+    for (size_t i = 0; i + 1 < word.size() && isxdigit(word[i]); i += 2) {
+        bytes.Append(static_cast<unsigned char>(std::stoi(word.substr(i, 2), nullptr, 16)));
+    }
+    return bytes;
 }
 
-void IsOfAnyFamily(const CByteZone& argument) {
-    const CObjectIdentifier oid = OidOf(argument);
-    std::cout << IsPACEAlgoID(oid) << IsPACEDomainParameterID(oid) << IsCAAlgoID(oid)
-              << IsCADomainParameterID(oid) << IsTAAlgoID(oid);
+template <class Type>
+auto Decode(const std::string& word) {
+    size_t position = 0;
+    return Type::Decode(BytesOf(word), position);
 }
 
-void NameNumber(const CByteZone& argument) {
-    const int32_t number = DecodeInteger(argument);
+/**
+ * "13": parameters of a domain; "13:05": a key pair on them; the DER of a public key; or a name:
+ * what a call before has left there, or no key.
+ */
+Key& KeyOf(const std::string& word) {
+    static std::map<std::string, Key> keys;
+    Key& key = keys[word];
+    const size_t colon = word.find(':');
+    CByteZone value;
+    if (colon != std::string::npos) {
+        key = MakeKey(KeyOf(word.substr(0, colon)), BytesOf(word.substr(colon + 1)), value);
+    } else if (isdigit(word[0]) && word.size() < 3) {
+        key = StandardParameters(std::stoi(word), std::stoi(word) > 2);
+    } else if (word.rfind("30", 0) == 0) {
+        OpenSSLWrap::CreateKeyFromData(BytesOf(word), "DER", EVP_PKEY_PUBLIC_KEY, nullptr, key);
+    } else if (word == "no-q") {
+        const CDhDomain domain(KeyOf("0").Get());
+        key = OpenSSLWrap::CreateDhParamsKey(domain.p.Get(), nullptr, BN_value_one());
+    }
+    return key;
+}
+
+/** What a word stands for where a call takes it: a number, bytes, a key or one of the records. */
+struct CWord {
+    const std::string& word;
+
+    /** Null for "-", a record without any part for "empty". */
+    template <class Type>
+    typename Type::Value* ToRecord() const {
+        using Record = typename Type::Value;
+        static std::unique_ptr<Record> record;
+        record = word == "-"       ? nullptr
+                 : word == "empty" ? std::make_unique<Record>()
+                                   : Decode<Type>(word);
+        return record.get();
+    }
+    CByteZone ToBytes() const { return BytesOf(word); }
+
+    template <class Number>
+    void Get(Number& number) const {
+        number = static_cast<Number>(std::stol(word));
+    }
+    void Get(bool& isAes) const { isAes = word == "AES"; }
+    void Get(CByteZone& bytes) const { bytes = ToBytes(); }
+    void Get(CSecureByteZone& bytes) const {
+        bytes.Assign(ToBytes().GetData(), ToBytes().GetSize());
+    }
+    void Get(CByteView& bytes) const {
+        static std::deque<CByteZone> kept;
+        bytes = kept.emplace_back(ToBytes());
+    }
+    void Get(CObjectIdentifier& oid) const {
+        oid = CObjectIdentifierContent::DecodeData(ToBytes());
+    }
+    void Get(EVP_PKEY*& key) const { key = KeyOf(word).Get(); }
+    void Get(const EVP_PKEY*& key) const { key = KeyOf(word).Get(); }
+    void Get(const EVP_MD*& digest) const { digest = EVP_get_digestbyname(word.c_str()); }
+    void Get(const EC_POINT*& point) const { point = nullptr; }
+    void Get(const EC_GROUP*& group) const {
+        static CTHandle<EC_GROUP> kept;
+        kept = GetKeyGroup(KeyOf(word).Get());
+        group = kept.Get();
+    }
+    void Get(const BIGNUM*& number) const {
+        static CTHandle<BIGNUM> kept;
+        kept = word == "-" ? CTHandle<BIGNUM>() : ToNumber(ToBytes());
+        number = kept.Get();
+    }
+    void Get(const CPACEInfo*& info) const { info = ToRecord<CPACEInfoType>(); }
+    void Get(const CPACEDomainParameterInfo*& info) const {
+        info = ToRecord<CPACEDomainParameterInfoType>();
+    }
+    void Get(const CSubjectPublicKeyInfo*& info) const {
+        info = ToRecord<CSubjectPublicKeyInfoType>();
+    }
+    /** With "!key" or "!bits" behind for a part that is taken out. */
+    void Get(const CChipAuthenticationPublicKeyInfo*& info) const {
+        auto* const record = ToRecord<CChipAuthenticationPublicKeyInfoType>();
+        if (word.find("!bits") != std::string::npos) {
+            record->chipAuthenticationPublicKey->subjectPublicKey.reset();
+        } else if (word.find("!key") != std::string::npos) {
+            record->chipAuthenticationPublicKey.reset();
+        }
+        info = record;
+    }
+};
+
+std::string said;
+
+void Write(const char* text) { said += (said.empty() ? "" : " ") + std::string(text); }
+void Write(const CUTF8String& text) { Write(text.GetText()); }
+void Write(int64_t number) { Write(std::to_string(number).c_str()); }
+void Write(CByteView bytes) {
+    Write(bytes.IsEmpty() ? "-" : ToHex(bytes.GetData(), bytes.GetSize()).GetText());
+}
+void Write(const EVP_MD* digest) { Write(digest ? OBJ_nid2sn(EVP_MD_get_type(digest)) : "none"); }
+template <class Object>
+void Write(const CTHandle<Object>&) {}
+
+// What outputs are before the call.
+template <class Type>
+void Use(Type&) {}
+void Use(int32_t& number) { number = -7; }
+void Use(CByteZone& bytes) { bytes = CByteZone("!"); }
+void Use(const EVP_MD*& digest) { digest = EVP_md5(); }
+
+/** An argument of a call: made from a word, or an output, which takes none. */
+template <class Type>
+struct CTArgument {
+    using Value = std::remove_cv_t<std::remove_reference_t<Type>>;
+    static constexpr bool kIsOutput =
+        std::is_lvalue_reference_v<Type> && !std::is_const_v<std::remove_reference_t<Type>>;
+
+    explicit CTArgument(std::istream& words) {
+        if constexpr (kIsOutput) {
+            Use(value);
+        } else {
+            std::string word;
+            words >> word;
+            CWord{word}.Get(value);
+        }
+    }
+    Value& Get() { return value; }
+    void Tell() const {
+        if constexpr (kIsOutput) {
+            Write(value);
+        }
+    }
+    Value value{};
+};
+
+/** A key by its name, which a call may set. */
+template <>
+struct CTArgument<Key&> {
+    explicit CTArgument(std::istream& words) : key((words >> word, KeyOf(word))) {}
+    Key& Get() { return key; }
+    void Tell() const {}
+    std::string word;
+    Key& key;
+};
+template <>
+struct CTArgument<const Key&> : CTArgument<Key&> {
+    using CTArgument<Key&>::CTArgument;
+};
+
+template <class Call>
+void Try(Call call) {
+    try {
+        call();
+    } catch (const CICAOException& refusal) {
+        Write(("!" + std::to_string(refusal.GetErrorCode())).c_str());
+        said += refusal.GetMessage().GetText();
+    } catch (const CException& failure) {
+        Write((std::string("!") + typeid(failure).name()).c_str());
+    }
+}
+
+template <class Result, class... Types>
+std::function<void(std::istream&)> Bind(Result (*call)(Types...)) {
+    return [call](std::istream& words) {
+        std::tuple<CTArgument<Types>...> arguments{CTArgument<Types>(words)...};
+        const auto run = [&](auto&... argument) {
+            Try([&] {
+                if constexpr (std::is_void_v<Result>) {
+                    call(argument.Get()...);
+                } else {
+                    Write(call(argument.Get()...));
+                }
+            });
+            (argument.Tell(), ...);
+        };
+        std::apply(run, arguments);
+    };
+}
+
+void NameNumber(int32_t number) {
     for (const auto getName :
          {GetPACEAlgoName, GetPACEDomainParameterName, GetCAAlgoName, GetCADomainParameterName,
           GetPublicKeyTypeName, GetPSAAlgoName, GetPSPublicKeyTypeName, GetMiscAlgoName,
           GetTAAlgoName, GetPasswordTypeName}) {
         CUTF8String name;
         getName(number, name);
-        std::cout << name.GetText() << '\n';
+        Write(name);
     }
-    int32_t code = -7;
-    std::cout << GetDESFireErrorName(number) << '\n'
-              << GetICAOErrorName(number) << '\n'
-              << GetICAOErrorText(number).GetText() << '\n'
-              << TranslateCryptokiError(static_cast<CK_RV>(number), code) << code;
+    Write(GetDESFireErrorName(number));
+    Write(GetICAOErrorName(number));
+    Write(GetICAOErrorText(number));
 }
 
 template <class Type>
@@ -56,67 +241,76 @@ void Recode(const CByteZone& item) {
     Type::Print(*value, json);
     CByteZone again(Type::GetEncodedLength(*value), 0);
     Type::Encode(*value, again, position = 0);
-    std::cout << plain.text.GetText() << json.text.GetText() << (again == item);
+    said += ToStd(plain.text) + ToStd(json.text) + std::to_string(again == item);
 }
 
-void VerifyWithKey(const CByteZone& der) {
-    CTHandle<EVP_PKEY> key;
-    OpenSSLWrap::CreateKeyFromData(der, "DER", EVP_PKEY_PUBLIC_KEY, nullptr, key);
-    VerifyActiveAuthenticationSignature(der, der, nullptr, key.Get());
-}
-
-void FindDigest(const CByteZone& infos) {
+void FindDigest(const CByteZone& infos, const EVP_MD*& digest) {
     size_t position = 0;
-    const EVP_MD* digest = EVP_md5();
     GetECDSAPlainSignatureHashFunction(*CSecurityInfosType::Decode(infos, position), digest);
-    std::cout << OBJ_nid2sn(EVP_MD_get_type(digest));
 }
 
-CByteZone out;
-const EVP_MD* found = nullptr;
+/** The key of a counter. */
+void DeriveKey(int counter, CByteView secret, int keyBits, CSecureByteZone& key) {
+    CSecureByteZone keys[3];
+    DeriveKeys(secret, keyBits, keys[0], keys[1]);
+    DerivePasswordKey(CAN, secret, keyBits, keys[2]);
+    key = keys[counter - 1];
+}
 
 // clang-format off
-#define CALL(name, ...) {#name, [](const CByteZone& argument) { __VA_ARGS__; }}
-#define IDENTIFY(name) CALL(name, std::cout << name(OidOf(argument)))
-#define RECODE(name) {#name, Recode<C##name##Type>}
+#define CALL(name) {#name, Bind(name)}
+#define OVERLOAD(name, ...) Bind<void, __VA_ARGS__>(name)
+#define KINDS(name) CALL(name##DH), CALL(name##ECDH)
 
-const std::map<std::string, void (*)(const CByteZone&)> kCalls{
-    IDENTIFY(GetPACEAlgoID), IDENTIFY(GetPACEDomainParameterID), IDENTIFY(GetCAAlgoID),
-    IDENTIFY(GetCADomainParameterID), IDENTIFY(GetPublicKeyTypeFromOID), IDENTIFY(GetPSAAlgoID),
-    IDENTIFY(GetPSPublicKeyType), IDENTIFY(GetTAAlgoID), IDENTIFY(GetMiscAlgoID),
-    {"IsOfAnyFamily", IsOfAnyFamily}, {"NameNumber", NameNumber},
-    CALL(GetPasswordType, std::cout << GetPasswordType(argument[0])),
-    CALL(GetOIDBytes, GetOIDBytes(OidOf(argument), out); std::cout << (out == argument)),
-    RECODE(PACEInfo), RECODE(PACEDomainParameterInfo), RECODE(SubjectPublicKeyInfo),
-    RECODE(ChipAuthenticationPublicKeyInfo), RECODE(SecurityInfos),
-    CALL(GetMRZInfoFromDG1, GetMRZInfoFromDG1(argument, out)),
-    CALL(GetDataFromEMVSignatureMessage,
-         GetDataFromEMVSignatureMessage(argument, out, out, found)),
-    {"FindDigest", FindDigest}, {"VerifyWithKey", VerifyWithKey},
-    CALL(VerifyWithoutKey, VerifyActiveAuthenticationRSASignature(argument, argument, nullptr)),
+const std::map<std::string, std::function<void(std::istream&)>> kCalls{
+    CALL(GetPACEAlgoID), CALL(GetPACEDomainParameterID), CALL(GetCAAlgoID),
+    CALL(GetCADomainParameterID), CALL(GetPublicKeyTypeFromOID), CALL(GetPSAAlgoID),
+    CALL(GetPSPublicKeyType), CALL(GetTAAlgoID), CALL(GetMiscAlgoID), CALL(IsPACEAlgoID),
+    CALL(IsPACEDomainParameterID), CALL(IsCAAlgoID), CALL(IsCADomainParameterID),
+    CALL(IsTAAlgoID), CALL(GetPasswordType), CALL(GetOIDBytes), CALL(TranslateCryptokiError),
+    CALL(NameNumber), CALL(GetPACEParametersFromOID), CALL(GetCAParametersFromOID),
+    {"PACEInfo", Bind(Recode<CPACEInfoType>)},
+    {"PACEDomainParameterInfo", Bind(Recode<CPACEDomainParameterInfoType>)},
+    {"SubjectPublicKeyInfo", Bind(Recode<CSubjectPublicKeyInfoType>)},
+    {"ChipAuthenticationPublicKeyInfo", Bind(Recode<CChipAuthenticationPublicKeyInfoType>)},
+    {"SecurityInfos", Bind(Recode<CSecurityInfosType>)},
+    CALL(GetMRZInfoFromDG1), CALL(GetDataFromEMVSignatureMessage), CALL(FindDigest),
+    CALL(VerifyActiveAuthenticationSignature), CALL(VerifyActiveAuthenticationRSASignature),
+    CALL(GetECDHCurveFromStandardizedParameter), CALL(GetDHCurveFromStandardizedParameter),
+    KINDS(SetIFDKeyParameters), CALL(DeriveKey), CALL(DeriveKeys), CALL(DerivePasswordKey),
+    CALL(DecryptNonce), CALL(GeneratorOf), KINDS(DoGenericMapping), KINDS(DoIntegratedMapping),
+    CALL(PseudoRandom), KINDS(ProcessSharedSecret), CALL(ComputeAuthenticationToken),
+    CALL(GetSubjectPublicKey), CALL(EVP_PKEY_parameters_eq),
+    {"GenerateIFDKeyDH", OVERLOAD(GenerateIFDKeyDH, Key&)},
+    {"GenerateIFDKeyECDH", OVERLOAD(GenerateIFDKeyECDH, Key&)},
+    {"GenerateForStaticDH", OVERLOAD(GenerateIFDKeyDH, const CChipAuthenticationPublicKeyInfo*)},
+    {"GenerateForStaticECDH", OVERLOAD(GenerateIFDKeyECDH, const CChipAuthenticationPublicKeyInfo*)},
+    {"SetICCKeyDH", OVERLOAD(SetICCKeyDH, const EVP_PKEY*)},
+    {"SetICCKeyECDH", OVERLOAD(SetICCKeyECDH, const EVP_PKEY*)},
+    {"SetStaticDH", OVERLOAD(SetICCKeyDH, const CChipAuthenticationPublicKeyInfo*)},
+    {"SetStaticECDH", OVERLOAD(SetICCKeyECDH, const CChipAuthenticationPublicKeyInfo*)},
+    {"DoKeyAgreementDH", OVERLOAD(DoKeyAgreement, const EVP_PKEY*, const EVP_PKEY*, CTHandle<BIGNUM>&)},
+    {"DoKeyAgreementECDH", OVERLOAD(DoKeyAgreement, const EVP_PKEY*, const EVP_PKEY*, CTHandle<EC_POINT>&)},
+    {"MapGeneratorDH", OVERLOAD(MapGenerator, const EVP_PKEY*)},
+    {"MapGeneratorECDH", OVERLOAD(MapGenerator, const EC_GROUP*)},
+    {"PseudoRandomModPDH", OVERLOAD(PseudoRandomModP, CByteView, CByteView, bool, const EVP_PKEY*)},
+    {"PseudoRandomModPECDH", OVERLOAD(PseudoRandomModP, CByteView, CByteView, bool, const EC_GROUP*)},
+    {"MappingGeneratorDH", OVERLOAD(ProcessIntegratedMappingGenerator, const EVP_PKEY*)},
+    {"MappingGeneratorECDH", OVERLOAD(ProcessIntegratedMappingGenerator, const EC_GROUP*)},
 };
 // clang-format on
-
-CByteZone FromHex(const std::string& digits) {
-    CByteZone bytes;
-    for (size_t i = 0; i + 1 < digits.size(); i += 2) {
-        bytes.Append(static_cast<unsigned char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-    }
-    return bytes;
-}
 
 }  // namespace
 
 int main(int count, char** arguments) {
-    for (int i = 1; i + 1 < count; i += 2) {
-        try {
-            kCalls.at(arguments[i])(FromHex(arguments[i + 1]));
-        } catch (const CICAOException& refusal) {
-            std::cout << refusal.GetErrorCode() << (refusal.GetMessage().IsEmpty() ? "!" : "?");
-        } catch (const CException& failure) {
-            std::cout << typeid(failure).name();
-        }
-        std::cout << '\n';
+    for (int i = 1; i < count; ++i) {
+        std::istringstream words(arguments[i]);
+        std::string name;
+        words >> name;
+        said.clear();
+        kCalls.at(name)(words);
+        std::cout << said << (ERR_peek_error() == 0 ? "" : " errors are left") << '\n';
+        ERR_clear_error();
     }
     return 0;
 }

@@ -42,7 +42,8 @@ std::string Lower(const std::string& text) { return ToStd(CUTF8String(text.c_str
 void CheckPublished(const CSettingsHome& home, const CStanza& row, const CStanza& published) {
     published.Skip();
     for (const std::string& key : Split(row.Has("needs_text") ? row.Text("needs_text") : "", ' ')) {
-        if (!published.Has(key)) {
+        const bool isUnwanted = key[0] == '!';
+        if (published.Has(key.substr(isUnwanted)) == isUnwanted) {
             return;
         }
     }

@@ -286,7 +286,7 @@ const std::map<std::string, std::function<void(std::istream&)>> kCalls{
     {"GenerateForStaticDH", OVERLOAD(GenerateIFDKeyDH, const CChipAuthenticationPublicKeyInfo*)},
     {"GenerateForStaticECDH", OVERLOAD(GenerateIFDKeyECDH, const CChipAuthenticationPublicKeyInfo*)},
     {"SetICCKeyDH", OVERLOAD(SetICCKeyDH, const EVP_PKEY*)},
-    {"SetICCKeyECDH", OVERLOAD(SetICCKeyECDH, const EVP_PKEY*)},
+    {"SetICCKeyECDH", OVERLOAD(SetICCKeyECDH, const EVP_PKEY*, const CByteZone&)},
     {"SetStaticDH", OVERLOAD(SetICCKeyDH, const CChipAuthenticationPublicKeyInfo*)},
     {"SetStaticECDH", OVERLOAD(SetICCKeyECDH, const CChipAuthenticationPublicKeyInfo*)},
     {"DoKeyAgreementDH", OVERLOAD(DoKeyAgreement, const EVP_PKEY*, const EVP_PKEY*, CTHandle<BIGNUM>&)},

@@ -188,6 +188,7 @@ const std::map<std::string, void (*)(CSocket&, CText&)> kSteps = {
     {"call", &TakeCall},
     {"peer", &LookUp},
     {"later", &PerformLater},
+    {"await", [](CSocket&, CText&) { later.back().wait(); }},
     {"block", &Block},
     {"mode", &PrintMode},
     {"path", [](CSocket&, CText& to) { path = to; }},

@@ -20,17 +20,18 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <future>
 #include <map>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <typeinfo>
 #include <utility>
@@ -38,6 +39,7 @@
 
 static std::string failingCall;
 static CLocalSocket* cancelledBehindCalls = nullptr;
+static int socketsLeft = -1;  // without end
 
 // A call of the C library, behind which a socket is cancelled when one is named.
 #define WATCHED(Result, name, parameters, arguments)                                            \
@@ -59,6 +61,11 @@ WATCHED(ssize_t, send, (int socket, const void* from, size_t length, int flags),
         (socket, from, length, flags))
 WATCHED(int, ppoll, (pollfd * sockets, nfds_t count, const timespec* limit, const sigset_t* mask),
         (sockets, count, limit, mask))
+int socket(int family, int type, int protocol) noexcept {
+    // Not by the limit of the process: a sanitizer needs a descriptor to look at what is thrown.
+    return socketsLeft-- == 0 ? (errno = EMFILE, -1)
+                              : static_cast<int>(syscall(SYS_socket, family, type, protocol));
+}
 WATCHED(int, listen, (int socket, int backlog) noexcept, (socket, backlog))
 }
 
@@ -205,17 +212,17 @@ const std::map<std::string, void (*)(CSocket&, CText&)> kSteps = {
     {"unplug", [](CSocket&, CText&) { close(bare); }},
     {"hangup", [](CSocket&, CText&) { kill(caller, SIGKILL), waitpid(caller, nullptr, 0); }},
     {"descriptors", [](CSocket&, CText& free) { LimitDescriptors(dup(0) + 1 + std::stoi(free)); }},
+    {"sockets", [](CSocket&, CText& left) { socketsLeft = std::stoi(left); }},
     {"fails", [](CSocket&, CText& call) { failingCall = call; }},
 };
 
 void Perform(const std::string& step) {
-    char who = 'A';
-    std::string verb, argument;
-    std::istringstream words(step);
-    words >> who >> verb >> std::ws;
-    std::getline(words, argument);
+    const char who = step[0];
+    const size_t end = std::min(step.find(' ', 2), step.size());
+    const std::string verb = step.substr(2, end - 2);
+    const std::string argument = step.substr(std::min(end + 1, step.size()));
     try {
-        kSteps.at(verb)(sockets[who - 'A'], argument);
+        kSteps.at(verb)(sockets[who == '-' ? 0 : who - 'A'], argument);
     } catch (const EIOError& error) {
         const CEventMessage& message = error.GetMessage();
         const char* const type = typeid(error).name();

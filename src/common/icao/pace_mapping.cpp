@@ -23,10 +23,8 @@ CTHandle<BIGNUM> ToNumber(const CSecureByteZone& nonce) {
     return number;
 }
 
-}  // namespace
-
-void MapGenerator(const EC_GROUP* group, const EC_POINT* generator, CTHandle<EVP_PKEY>& ifdKey,
-                  CTHandle<EVP_PKEY>& iccKey) {
+/** One key of the mapped parameters. Both bear the name that their failures are traced with. */
+CTHandle<EVP_PKEY> MapGenerator(const EC_GROUP* group, const EC_POINT* generator) {
     if (group == nullptr || generator == nullptr) {
         REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "MapGenerator: invalid parameters.");
     }
@@ -47,7 +45,25 @@ void MapGenerator(const EC_GROUP* group, const EC_POINT* generator, CTHandle<EVP
         EC_GROUP_set_generator(mapped.Get(), generator, order.Get(), cofactor.Get()) != 1) {
         RAISE_OPENSSL("EC_GROUP_set_generator");
     }
-    ifdKey = CreateEcParamsKey(mapped.Get());
+    return CreateEcParamsKey(mapped.Get());
+}
+
+CTHandle<EVP_PKEY> MapGenerator(const EVP_PKEY* key, const BIGNUM* generator) {
+    if (key == nullptr || generator == nullptr) {
+        REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "MapGenerator: invalid parameters.");
+    }
+    const CDhDomain domain(key);
+    if (!domain.p || !domain.q) {
+        REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "MapGenerator: invalid parameters.");
+    }
+    return CreateDhParamsKey(domain.p.Get(), domain.q.Get(), generator);
+}
+
+}  // namespace
+
+void MapGenerator(const EC_GROUP* group, const EC_POINT* generator, CTHandle<EVP_PKEY>& ifdKey,
+                  CTHandle<EVP_PKEY>& iccKey) {
+    ifdKey = MapGenerator(group, generator);
     iccKey = Own(EVP_PKEY_dup(ifdKey.Get()));
     if (!iccKey) {
         RAISE_OPENSSL("EVP_PKEY_dup");
@@ -56,15 +72,8 @@ void MapGenerator(const EC_GROUP* group, const EC_POINT* generator, CTHandle<EVP
 
 void MapGenerator(const EVP_PKEY* key, const BIGNUM* generator, CTHandle<EVP_PKEY>& ifdKey,
                   CTHandle<EVP_PKEY>& iccKey) {
-    if (key == nullptr || generator == nullptr) {
-        REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "MapGenerator: invalid parameters.");
-    }
-    const CDhDomain domain(key);
-    if (!domain.p || !domain.q) {
-        REJECT_ICAO(ICAO_ERR_FUNCTION_FAILED, "MapGenerator: invalid parameters.");
-    }
-    ifdKey = CreateDhParamsKey(domain.p.Get(), domain.q.Get(), generator);
-    iccKey = CreateDhParamsKey(domain.p.Get(), domain.q.Get(), generator);
+    ifdKey = MapGenerator(key, generator);
+    iccKey = MapGenerator(key, generator);
 }
 
 void DoGenericMappingECDH(const CSecureByteZone& nonce, const EVP_PKEY* ifdKey,
@@ -84,8 +93,7 @@ void DoGenericMappingECDH(const CSecureByteZone& nonce, const EVP_PKEY* ifdKey,
         RAISE_OPENSSL("EC_POINT_mul");
     }
     MakeAffine(group.Get(), generator.Get());
-    CTHandle<EVP_PKEY> other;
-    MapGenerator(group.Get(), generator.Get(), mappedKey, other);
+    mappedKey = MapGenerator(group.Get(), generator.Get());
 }
 
 void DoGenericMappingDH(const CSecureByteZone& nonce, const EVP_PKEY* ifdKey,
@@ -107,8 +115,7 @@ void DoGenericMappingDH(const CSecureByteZone& nonce, const EVP_PKEY* ifdKey,
     if (BN_mod_mul(mapped.Get(), mapped.Get(), shared.Get(), domain.p.Get(), context.Get()) != 1) {
         RAISE_OPENSSL("BN_mul");
     }
-    CTHandle<EVP_PKEY> other;
-    MapGenerator(ifdKey, mapped.Get(), mappedKey, other);
+    mappedKey = MapGenerator(ifdKey, mapped.Get());
 }
 
 void DoIntegratedMappingECDH(const CSecureByteZone& s, const CByteZone& t, bool isAes,
@@ -121,8 +128,7 @@ void DoIntegratedMappingECDH(const CSecureByteZone& s, const CByteZone& t, bool 
     PseudoRandomModP(s, t, isAes, group.Get(), number);
     CTHandle<EC_POINT> generator;
     ProcessIntegratedMappingGenerator(group.Get(), number.Get(), generator);
-    CTHandle<EVP_PKEY> other;
-    MapGenerator(group.Get(), generator.Get(), mappedKey, other);
+    mappedKey = MapGenerator(group.Get(), generator.Get());
 }
 
 void DoIntegratedMappingDH(const CSecureByteZone& s, const CByteZone& t, bool isAes,
@@ -134,8 +140,7 @@ void DoIntegratedMappingDH(const CSecureByteZone& s, const CByteZone& t, bool is
     PseudoRandomModP(s, t, isAes, key, number);
     CTHandle<BIGNUM> generator;
     ProcessIntegratedMappingGenerator(key, number.Get(), generator);
-    CTHandle<EVP_PKEY> other;
-    MapGenerator(key, generator.Get(), mappedKey, other);
+    mappedKey = MapGenerator(key, generator.Get());
 }
 
 }  // namespace icao

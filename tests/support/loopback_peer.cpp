@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <stdexcept>
 #include <utility>
 
@@ -52,6 +53,8 @@ void Play(int client, const CLoopbackPeer::Script& script, std::string& text) {
         } else if (step == "read" || step == "hold") {
             while ((step == "hold" || !IsWhole(text)) && ReadSome(client, text)) {
             }
+        } else if (step == "dawdle") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
         } else {
             const std::string sent = step == "flood" ? std::string(kFlood, 'x') : step.substr(5);
             send(client, sent.data(), sent.size(), MSG_NOSIGNAL);

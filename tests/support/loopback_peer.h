@@ -19,8 +19,8 @@ public:
      *
      * "read" takes a request up to its blank line and, when it states a length, its body; "send"
      * sends the text behind the blank; "reset" closes with a reset; "hold" waits for the client to
-     * close; "flood" sends the letter "x" until the client has closed or got 64 MiB (4 MiB under a
-     * sanitizer).
+     * close; "dawdle" lets 200 ms go by; "flood" sends the letter "x" until the client has closed
+     * or got 64 MiB (4 MiB under a sanitizer).
      */
     using Script = std::vector<std::string>;
 

@@ -4,15 +4,20 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
 #include <new>
 
 /**
  * Hands out memory from blocks, which count what is in use and go with the last of it. So objects
  * outlive the pool that they come from.
  *
+ * Aligned blocks begin at a multiple of their size, which leads from an object to its block. With
+ * others, which may have any size, a pointer in front of each object does.
+ *
  * A block belongs to one thread at a time, as the tree does whose objects are in it.
  */
-template <size_t blockBytes>
+template <size_t blockBytes, bool isAligned>
 class CTBlockPool {
 public:
     CTBlockPool() = default;
@@ -22,47 +27,57 @@ public:
 
     /** Memory for an object, of far less than a block; throws std::bad_alloc. */
     void* Allocate(size_t size) {
-        const size_t bytes = (sizeof(CSlot) + size + alignof(CSlot) - 1) / alignof(CSlot);
-        if (block == nullptr || kBlockSlots - block->used < bytes) {
-            CBlock* const next = new CBlock;
+        const size_t bytes =
+            kOwnerBytes + (size + alignof(CBlock) - 1) / alignof(CBlock) * alignof(CBlock);
+        if (block == nullptr || blockBytes - block->used < bytes) {
+            CBlock* const next = CBlock::Create();
             Leave();
             block = next;
         }
-        CSlot* const slot = block->slots + block->used;
-        slot->owner = block;
+        void* const memory = reinterpret_cast<unsigned char*>(block) + block->used + kOwnerBytes;
+        if constexpr (!isAligned) {
+            static_cast<CBlock**>(memory)[-1] = block;
+        }
         block->used += bytes;
         ++block->users;
-        return slot + 1;
+        return memory;
     }
 
-    /** Gives memory back, of whichever pool. */
-    static void Release(void* memory) noexcept { Drop(static_cast<CSlot*>(memory)[-1].owner); }
-
-private:
-    struct CBlock;
-
-    /** What stands before each object; also the unit of size. */
-    struct CSlot {
-        CBlock* owner;
-    };
-
-    static constexpr size_t kBlockSlots = blockBytes / sizeof(CSlot) - 2;
-
-    struct CBlock {
-        size_t used = 0;   // slots
-        size_t users = 1;  // objects that are in use, and the pool
-        CSlot slots[kBlockSlots];
-    };
-
-    static void Drop(CBlock* block) noexcept {
-        if (--block->users == 0) {
-            delete block;
+    /** Gives memory back, of whichever pool of the kind. */
+    static void Release(void* memory) noexcept {
+        if constexpr (isAligned) {
+            const auto address = reinterpret_cast<uintptr_t>(memory);
+            CBlock::Drop(reinterpret_cast<CBlock*>(address - address % blockBytes));
+        } else {
+            CBlock::Drop(static_cast<CBlock**>(memory)[-1]);
         }
     }
 
+private:
+    struct alignas(8) CBlock {
+        size_t used;   // bytes, with this header
+        size_t users;  // objects that are in use, and the pool
+
+        static CBlock* Create() {
+            void* const memory =
+                isAligned ? std::aligned_alloc(blockBytes, blockBytes) : std::malloc(blockBytes);
+            if (memory == nullptr) {
+                throw std::bad_alloc();
+            }
+            return new (memory) CBlock{sizeof(CBlock), 1};
+        }
+        static void Drop(CBlock* block) noexcept {
+            if (--block->users == 0) {
+                std::free(block);
+            }
+        }
+    };
+
+    static constexpr size_t kOwnerBytes = isAligned ? 0 : sizeof(CBlock*);
+
     void Leave() noexcept {
         if (block != nullptr) {
-            Drop(block);
+            CBlock::Drop(block);
         }
     }
 

@@ -15,7 +15,7 @@
 #include <utility>
 
 // Smaller blocks would scatter the texts that are allocated in between.
-using CJSPool = CTBlockPool<32 << 10>;
+using CJSPool = CTBlockPool<32 << 10, true>;
 
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): as its base.
 class CJSContainer;

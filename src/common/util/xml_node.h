@@ -52,7 +52,7 @@ using CXmlAttributePtr = CTXmlPointer<CXmlAttribute>;
 using CXmlNodePtr = CTXmlPointer<CXmlNode>;
 
 // Larger blocks would make the C library tidy up the chunks of small texts at each document.
-using CXmlPool = CTBlockPool<1000>;
+using CXmlPool = CTBlockPool<1000, false>;
 
 /** Made as `new (pool) CXmlAttribute` and held by CXmlAttributePtr. */
 struct CXmlAttribute : CTPoolObject<CXmlPool> {

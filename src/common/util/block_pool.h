@@ -73,7 +73,7 @@ private:
         }
     };
 
-    static constexpr size_t kOwnerBytes = isAligned ? 0 : sizeof(CBlock*);
+    static constexpr size_t kOwnerBytes = isAligned ? 0 : sizeof(void*);
 
     void Leave() noexcept {
         if (block != nullptr) {

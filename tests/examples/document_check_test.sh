@@ -9,7 +9,10 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
 "$vectors/make_documents.sh" >make.log 2>&1 || { cat make.log; exit 1; }
-mkdir log
+mkdir log bin
+printf '#!/bin/sh\n' >bin/lsb_release # which a machine may lack; the header of the log asks it
+chmod +x bin/lsb_release
+export PATH=$work/bin:$PATH
 export QORVS_CONFFILE=$work/qorvs.conf
 printf 'SecuritySuite {\n    EnableTrace = 1\n    Trace = %s\n}\n' "$work/log" >"$QORVS_CONFFILE"
 

@@ -4,14 +4,13 @@
 #include "system/http_requests.h"
 #include "system/https.h"
 #include "system/product.h"
-#include "util/exception.h"
+#include "util/handled_text.h"
 #include "util/js_parser.h"
 #include "util/language_files.h"
 #include "util/raise.h"
 #include <qorvs/trace_scope.h>
 
 #include <cstring>
-#include <exception>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -24,19 +23,6 @@ CISOString FromNumber(int32_t number) { return std::to_string(number).c_str(); }
 
 std::unique_ptr<CHttpResponse> Fetch(const CISOString& url) {
     return GetUrl(CHttpsConnectionFactory(), url, false, true);
-}
-
-/** The words of the exception that is being handled. */
-CUTF8String DescribeException() {
-    try {
-        throw;
-    } catch (const CException& exception) {
-        return RenderMessage(exception.GetMessage());
-    } catch (const std::exception& exception) {
-        return exception.what();
-    } catch (...) {
-        return "Unknown exception";
-    }
 }
 
 /** Takes the strings of a JSON array; none of anything else. */
@@ -104,7 +90,7 @@ CTStringList<CISOString> Downloader::ListFiles(const CISOString& pattern, const 
             currentUrl = i;
             break;
         } catch (...) {
-            TraceString("\tFailed: %s", DescribeException().GetText());
+            TraceString("\tFailed: %s", GetHandledText().GetText());
         }
     }
     return names;

@@ -1,7 +1,7 @@
 #include "system/service.h"
 
 #include "system/event_log.h"
-#include "util/exception.h"
+#include "util/handled_text.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -13,7 +13,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 
 namespace {
 
@@ -50,19 +49,6 @@ public:
 private:
     sigset_t saved{};
 };
-
-/** The words of the exception that is being handled; none for types that have no words. */
-CUTF8String GetHandledText() {
-    try {
-        throw;
-    } catch (const CException& exception) {
-        return RenderMessage(exception.GetMessage());
-    } catch (const std::exception& exception) {
-        return exception.what();
-    } catch (...) {
-        return {};
-    }
-}
 
 CEventMessage MakeMessage(uint32_t id, CService& service) {
     CEventMessage message(id, kServiceCategory);

@@ -21,7 +21,7 @@ mkdir uploads
 export HOME=$work
 
 # A server of pages, on a free port.
-: >pages
+mkfifo pages
 python3 -u -c 'if True:
     import functools, http.server, sys
     handler = functools.partial(http.server.SimpleHTTPRequestHandler, directory=sys.argv[1])
@@ -29,7 +29,7 @@ python3 -u -c 'if True:
     print(server.server_port)
     server.serve_forever()' "$root/examples/local_service" >pages 2>pages.log &
 pids+=($!)
-until read -r pages <pages; do kill -0 "${pids[0]}" && sleep 0.02; done
+read -r pages <pages
 
 # What a page of one of our origins sees of a service that lets in the first.
 see() { # origin, service
@@ -41,11 +41,11 @@ see() { # origin, service
 }
 
 for option in --plain ''; do
-    : >url
+    rm -f url && mkfifo url
     # shellcheck disable=SC2086 # none or one
     "$QORVS_BUILD_DIR/examples/local_service" $option --allow "http://127.0.0.1:$pages" uploads >url &
     pids+=($!)
-    until read -r url <url; do kill -0 "${pids[-1]}" && sleep 0.02; done
+    read -r url <url
     echo "# ${url%%:*}, a page of the origin that is allowed"
     see "http://127.0.0.1:$pages" "$url" | sed "s/:$pages/:PORT/g"
     echo "# ${url%%:*}, a page of another origin"

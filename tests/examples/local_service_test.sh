@@ -16,10 +16,10 @@ export HOME=$work
 mkdir uploads
 
 start() {
-    : >url
+    rm -f url && mkfifo url
     "$QORVS_BUILD_DIR/examples/local_service" --allow http://a.example "$@" uploads >url &
     service=$!
-    until read -r url <url; do kill -0 "$service" && sleep 0.02; done
+    read -r url <url
     port=${url##*:}
 }
 fail() { echo "$scheme: $*" && exit 1; }

@@ -59,8 +59,12 @@ private:
         size_t users;  // objects that are in use, and the pool
 
         static CBlock* Create() {
-            void* const memory =
-                isAligned ? std::aligned_alloc(blockBytes, blockBytes) : std::malloc(blockBytes);
+            void* memory = nullptr;
+            if constexpr (isAligned) {
+                memory = std::aligned_alloc(blockBytes, blockBytes);
+            } else {
+                memory = std::malloc(blockBytes);
+            }
             if (memory == nullptr) {
                 throw std::bad_alloc();
             }

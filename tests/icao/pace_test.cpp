@@ -1,6 +1,10 @@
 #include "icao/chip_authentication.h"
 #include "icao/pace_sides.h"
+#include "support/child_process.h"
+#include "support/settings_home.h"
+#include "support/stanza_file.h"
 #include "support/string_print.h"
+#include "util/hex.h"
 
 using namespace icao;
 
@@ -73,5 +77,30 @@ TEST(Pace, SidesAgreeOnEveryDomain) {
         EXPECT_EQ(isEcdh ? OpenSSLWrap::CheckKey(mapped[0].Get()) : 1, 1);
         EXPECT_EQ(Secret(kind, mapped[0], Received(kind, mapped[0], sent[1])),
                   Secret(kind, mapped[1], Received(kind, mapped[1], sent[0])));
+    }
+}
+
+TEST(Pace, GivesNoMemoryBackWithASecretInIt) {
+    if (kInstrumented) {
+        GTEST_SKIP() << "the sanitizer has a heap of its own";
+    }
+    FOR_EACH_STANZA(run, ReadSharedStanzas("pace_ecdh_gm_aes128_doc9303.txt")) {
+        std::vector<std::string> arguments;
+        for (const char* key :
+             {"k_pi", "z", "ifd_map_private", "icc_map_public", "ifd_private", "icc_public"}) {
+            arguments.push_back(run.Text(key));
+        }
+        for (const char* key : {"s", "k", "k_enc", "k_mac", "h"}) {
+            CByteZone secret = run.Bytes(key);
+            secret.Erase(0, secret.GetSize() == 65 ? 1 : 0);
+            for (size_t i = 0; i < secret.GetSize(); ++i) {
+                secret[i] ^= 0xFF;
+            }
+            arguments.emplace_back(ToHex(secret).GetText());
+        }
+        const CSettingsHome home;
+        CChildProcess child("pace_secrets_child", arguments, home.Environment());
+        EXPECT_EQ(child.ReadAll(), "00000000");
+        run.Skip();
     }
 }

@@ -14,6 +14,9 @@
 
 #include <errno.h>
 #include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -42,6 +45,18 @@ extern "C" int nanosleep(const timespec* time, timespec* left) {
     errno = EINTR;
     *left = {0, 400};
     return result;
+}
+
+static CText thrownByConnect;
+
+extern "C" int connect(int socket, const sockaddr* address, socklen_t size) {
+    if (thrownByConnect == "number") {
+        throw 6UL;
+    }
+    if (!thrownByConnect.empty()) {
+        throw CException(thrownByConnect.c_str());
+    }
+    return static_cast<int>(syscall(SYS_connect, socket, address, size));
 }
 
 static CText Extract(CArgument name) {
@@ -164,6 +179,8 @@ static const std::map<CText, CText (*)(CArgument)> kCommands = {
     {"servers", Serve},
     {"set", [](auto text) { return Number(putenv(const_cast<char*>(text))); }},
     {"string", FetchString},
+    {"throw", [](auto what) { return thrownByConnect = what, CText(); }},
+    {"umask", [](auto mask) { return umask(std::strtol(mask, nullptr, 8)), CText(); }},
     {"text", [](auto key) -> CText { return Translate(key).GetText(); }},
     {"thread", FetchInThread},
 };

@@ -212,3 +212,21 @@ TEST(TlvData, DecodersAreInheritedAndMayMisbehave) {
     EXPECT_RAISED(EASN1InvalidData, "TLV data truncated",
                   CTlvData(CByteView(bytes, 3), Nowhere, Backwards).GetNext(7));
 }
+
+TEST(TlvData, WalksDownAnyDepth) {
+    constexpr size_t kDepth = 100000, kHeader = 6;
+    CByteZone items(kDepth * kHeader, 0);
+    for (size_t level = 0; level < kDepth; ++level) {
+        const size_t inside = (kDepth - level - 1) * kHeader;
+        unsigned char* const header = items.GetData() + level * kHeader;
+        header[0] = 0x30;
+        header[1] = 0x84;
+        for (int octet = 0; octet < 4; ++octet) {
+            header[2 + octet] = static_cast<unsigned char>(inside >> (24 - 8 * octet));
+        }
+    }
+    size_t depth = 0;
+    for (CTlvData item(items); (item = item.GetNext(0x30)).IsPresent(); ++depth) {
+    }
+    EXPECT_EQ(depth, kDepth);
+}

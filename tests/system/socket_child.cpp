@@ -29,6 +29,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <future>
 #include <map>
 #include <memory>
@@ -169,6 +170,14 @@ void PerformLater(CSocket&, CText& milliseconds) {
     }));
 }
 
+/** How many descriptors are open, more than when first asked. */
+void Count(CSocket&, CText&) {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    const auto open = std::distance(begin(all), end(all));
+    static const auto first = open;
+    printf("%td\n", open - first);
+}
+
 /** Blocks SIGALRM, and says whether one is pending. */
 void Block(CSocket&, CText&) {
     sigset_t alarm, pending;
@@ -197,6 +206,7 @@ const std::map<std::string, void (*)(CSocket&, CText&)> kSteps = {
     {"later", &PerformLater},
     {"await", [](CSocket&, CText&) { later.back().wait(); }},
     {"block", &Block},
+    {"count", &Count},
     {"mode", &PrintMode},
     {"path", [](CSocket&, CText& to) { path = to; }},
     {"connect", [](CSocket& used, CText&) { used = CLocalSocket::Connect(path.c_str(), 1); }},
